@@ -1,0 +1,31 @@
+// The frame of the vornleads command line. Each command lives in its own file and registers
+// itself with a static RegisterCommand object; main() parses, runs and maps errors to the
+// exit status: 0 success, 1 the operation failed (message on standard error), 2 usage.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+namespace vornleads::cli {
+
+struct GlobalOptions {
+  std::string db;        // --db, else VORNLEADS_DB, else ./dms.fdb
+  std::string endpoint;  // --endpoint, else VORNLEADS_ENDPOINT (applied to the environment)
+  std::string home;      // --home, else VORNLEADS_HOME (applied to the environment)
+};
+
+struct CommandContext {
+  GlobalOptions global;
+  int exitCode = 0;  // a command's callback sets it when it ends other than with success
+};
+
+// A command adds its subcommand to the app and sets the subcommand's callback. The callback
+// may throw: std::exception messages go to standard error with exit status 1.
+using CommandSetup = std::function<void(CLI::App& app, CommandContext& context)>;
+
+struct RegisterCommand {
+  RegisterCommand(int order, CommandSetup setup);
+};
+
+}  // namespace vornleads::cli

@@ -1,0 +1,58 @@
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <string>
+
+#include "command.h"
+
+namespace vornleads::cli {
+namespace {
+
+std::multimap<int, CommandSetup>& commands() {
+  static std::multimap<int, CommandSetup> registered;
+  return registered;
+}
+
+std::string environment(const char* name, const std::string& fallback) {
+  const char* value = std::getenv(name);
+  return value && *value ? value : fallback;
+}
+
+}  // namespace
+
+RegisterCommand::RegisterCommand(int order, CommandSetup setup) {
+  commands().emplace(order, std::move(setup));
+}
+
+}  // namespace vornleads::cli
+
+int main(int argc, char** argv) {
+  using namespace vornleads::cli;
+  CommandContext context;
+  CLI::App app{"VornLeadsVW: VW dealer leads integration for the DMS", "vornleads"};
+  app.require_subcommand(1);
+  app.add_option("--db", context.global.db, "DMS database URI (default: VORNLEADS_DB or ./dms.fdb)");
+  app.add_option("--endpoint", context.global.endpoint,
+                 "leads service URL (default: VORNLEADS_ENDPOINT or the built-in one)");
+  app.add_option("--home", context.global.home,
+                 "host directory: log files and VornLeadsVW.dll (default: VORNLEADS_HOME)");
+  app.parse_complete_callback([&context] {
+    // The endpoint and the host directory reach the library edition through the environment,
+    // as they would for any host process; set them before any command runs.
+    if (!context.global.endpoint.empty()) setenv("VORNLEADS_ENDPOINT", context.global.endpoint.c_str(), 1);
+    if (!context.global.home.empty()) setenv("VORNLEADS_HOME", context.global.home.c_str(), 1);
+    if (context.global.db.empty()) context.global.db = environment("VORNLEADS_DB", "./dms.fdb");
+  });
+  for (auto& [order, setup] : commands()) setup(app, context);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const int status = app.exit(error);
+    return status == 0 ? 0 : 2;
+  } catch (const std::exception& error) {
+    std::cerr << "vornleads: " << error.what() << "\n";
+    return 1;
+  }
+  return context.exitCode;
+}

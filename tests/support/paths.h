@@ -1,0 +1,33 @@
+// Paths and scratch directories shared by every test program.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace vornleads::test {
+
+// The project's source tree and the directory holding the built programs and VornLeadsVW.dll.
+std::filesystem::path sourceDir();
+std::filesystem::path binDir();
+
+// A fresh directory under the system's temporary directory, removed with everything in it
+// when the object goes out of scope.
+class TempDir {
+ public:
+  explicit TempDir(const std::string& prefix = "vornleads-test");
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Whole-file helpers for comparing files byte for byte.
+std::string readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, const std::string& content);
+
+}  // namespace vornleads::test
