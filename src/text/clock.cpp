@@ -19,8 +19,10 @@ class SystemClock : public Clock {
         duration_cast<milliseconds>(point.time_since_epoch()).count() % 1000);
     std::tm local{};
     localtime_r(&seconds, &local);
+    // A leap second (tm_sec 60) has no TDateTime of its own.
+    const int second = local.tm_sec > 59 ? 59 : local.tm_sec;
     return EncodeDateTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                           local.tm_min, local.tm_sec, millis});
+                           local.tm_min, second, millis});
   }
 };
 

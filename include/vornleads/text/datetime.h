@@ -28,8 +28,13 @@ TDateTime EncodeDate(int year, int month, int day);
 TDateTime EncodeTime(int hour, int minute, int second, int millisecond);
 TDateTime EncodeDateTime(const DateTimeParts& parts);
 // Decoding rounds to the nearest millisecond; negative values decode as the host does
-// (the integral part is the day, the absolute fraction the time of day).
+// (the integral part is the day, the absolute fraction the time of day). Values outside the
+// years 1..9999 (NaN and infinities included) raise ConversionError.
 DateTimeParts DecodeDateTime(TDateTime value);
+// The same, but the time of day is cut below the millisecond instead of rounded, so a value
+// never moves into the next second or day (14:07:09.9996 stays in second 9). Values encoded
+// from whole milliseconds still decode exactly. For renderers that drop the milliseconds.
+DateTimeParts DecodeDateTimeTruncated(TDateTime value);
 
 // The host's regional settings (Brazilian defaults).
 struct FormatSettings {
@@ -50,8 +55,9 @@ std::string FormatDateTime(const std::string& format, TDateTime value);
 std::string DateTimeToStr(TDateTime value);
 
 // Parses a date, a date and time, or a time written in the regional order (day, month,
-// year for "dd/mm/yyyy"). The time part takes hours and minutes, optionally seconds and
-// milliseconds. Leading and trailing blanks are ignored. Raises ConversionError naming the
+// year for "dd/mm/yyyy"). Years of one or two digits fall in 1950..2049. The time part takes
+// hours and minutes, optionally seconds and a fraction of up to three digits after "."
+// (".5" is 500 ms). Leading and trailing blanks are ignored. Raises ConversionError naming the
 // text: '"abc" is not a valid date and time'.
 TDateTime StrToDateTime(const std::string& text);
 TDateTime StrToDateTime(const std::string& text, const FormatSettings& settings);
