@@ -1,0 +1,14 @@
+#include "service/records_fields.h"
+
+namespace vornleads {
+
+VORNLEADS_JSON_RECORD(TItemBuscaLeadsClass)
+VORNLEADS_JSON_RECORD(TItemBuscaNovosLeadsClass)
+VORNLEADS_JSON_RECORD(TItemBuscaHistoricoDealerClass)
+VORNLEADS_JSON_RECORD(TItemAtualizaLeadClass)
+VORNLEADS_JSON_RECORD(TRetornoBuscaLeadsClass)
+VORNLEADS_JSON_RECORD(TRetornoBuscaNovosLeadsClass)
+VORNLEADS_JSON_RECORD(TRetornoBuscaHistoricoDealerClass)
+VORNLEADS_JSON_RECORD(TRetornoAtualizaLeadClass)
+
+}  // namespace vornleads

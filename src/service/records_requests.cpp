@@ -1,0 +1,14 @@
+#include "service/records_fields.h"
+
+namespace vornleads {
+
+VORNLEADS_JSON_RECORD(TEnviaBuscaLeadsClass)
+VORNLEADS_JSON_RECORD(TEnviaBuscaLeadsDataClass)
+VORNLEADS_JSON_RECORD(TEnviaBuscaLeadsStatusClass)
+VORNLEADS_JSON_RECORD(TCarregaUltimaCargaInicial)
+VORNLEADS_JSON_RECORD(TEnviaAtualizaLeadClass)
+VORNLEADS_JSON_RECORD(TEnviaBuscaNovosLeadsClass)
+VORNLEADS_JSON_RECORD(TEnviaBuscaHistoricoDealerClass)
+VORNLEADS_JSON_RECORD(TAutenticaClass)
+
+}  // namespace vornleads
