@@ -1,0 +1,44 @@
+// The prospect writer: registers a person known only from a lead as a prospect customer.
+//
+// GravaClienteProspect numbers the customer with BuscaProximoNumero (FAT_CLIENTE / CLIENTE, 1,
+// transacao false: the draw belongs to the caller's transaction) and inserts one FAT_CLIENTE
+// row with PROSPECT 'S':
+//   CLIENTE the new code, NOME nome, PROSPECT 'S', CATEGORIA categoria (when 0 or above),
+//   DTA_CADASTRO data, EMPRESA_CADASTRO empresa, REVENDA_CADASTRO revenda, VENDEDOR vendedor,
+//   ENDERECO .. CEP the seven address texts, E_MAIL_CASA email,
+//   DDD_TELEFONE/TELEFONE ddd/telefone (the lead's phone), DDD_CELULAR/CELULAR,
+//   DDD_COMERCIAL/TELEFONE_COMERCIAL.
+// Empty texts and telephone numbers or area codes below 1 are written as NULL. Text is quoted
+// with embedded single quotes doubled (it comes from leads). The caller upper-cases nome.
+//
+// Success: the new customer code (1 or more), MensagemErroException emptied.
+// Failure: any error of the numbering or of the INSERT is caught; the result is 0 and
+// MensagemErroException holds the reason (the database's own message for a database error).
+// The routine never begins or ends a transaction: after a failure the caller rolls back.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/types.h"
+
+namespace vornleads {
+
+namespace Dados {
+
+// The reason of the last failure of GravaClienteProspect on this thread ("" after a success).
+extern thread_local std::string MensagemErroException;
+
+}  // namespace Dados
+
+int32_t GravaClienteProspect(SqlConnection& connection, TDateTime data, int32_t empresa,
+                             int32_t revenda, int32_t vendedor, int32_t ddd, int32_t telefone,
+                             int32_t dddCelular, int32_t celular, int32_t dddComercial,
+                             int32_t telefoneComercial, const std::string& nome,
+                             const std::string& endereco, const std::string& numeroEndereco,
+                             const std::string& complemento, const std::string& bairro,
+                             const std::string& cidade, const std::string& uf,
+                             const std::string& cep, const std::string& email, int32_t categoria);
+
+}  // namespace vornleads

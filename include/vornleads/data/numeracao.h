@@ -1,0 +1,48 @@
+// Record numbering: the next number, or the first of a block of numbers, of a numbered DMS
+// record, per company (empresa) and branch (revenda).
+//
+// Where the counter lives:
+//   - "OFI_PECA_OS" / "OFI_SERVICO_OS": the service order's own PROXIMA_PECA / PROXIMO_SERVICO
+//     (numerador is the service-order number as text). Always advances by exactly 1;
+//     quantidade and transacao are not used. An unknown service order returns 0.
+//   - "GER_LOG_CADASTROS", "GER_OPERACAO", "CAC_CONTATO" on Oracle, or on SQL Server 11 and
+//     later: a database sequence named tabela + "E" + empresa + "R" + revenda, created on first
+//     use one above the counter table's PROXIMO_NUMERO. The sequence always runs one value
+//     ahead of the numbers handed out. quantidade 0 or less on an existing sequence raises the
+//     field-not-found VornError ("Field 'PROXIMO_NUMERO' not found").
+//   - everything else: the counter table GER_NUMERADOR. A new counter row for one number
+//     returns 1 and stores 2; for a block of n it returns n and stores n + 1. Service-invoice
+//     batches (FAT_NFSE / LOTE) of a new branch continue branch 1's numbering.
+//
+// Transactions: with transacao true the counter-table update runs in a transaction of its
+// own, begun and committed here. If the connection is already inside a transaction (the
+// caller's), the update joins that one instead and nothing is begun or committed here. When
+// this routine owns the transaction and Firebird reports a conflict with a concurrent drawer
+// (update conflict, lock conflict, deadlock, or a counter row inserted by another connection
+// at the same moment), the transaction is rolled back and the draw is repeated, up to 100
+// times; every other error rolls the transaction back and reaches the caller. With transacao
+// false, errors reach the caller as they are and the caller's transaction decides.
+//
+// Remote mode (see host_settings.h): update statements, "create sequence" and this routine's
+// own transactions go to the host's application server; queries read `connection`.
+//
+// Errors: DatabaseError from the connection; VornError when the application server refuses a
+// statement; ConversionError for an unreadable SQL Server version.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "vornleads/data/sql_connection.h"
+
+namespace vornleads {
+
+int32_t BuscaProximoNumero(SqlConnection& connection, int32_t empresa, int32_t revenda,
+                           const std::string& tabela, const std::string& numerador,
+                           int32_t quantidade, bool transacao);
+
+// Major version of a SQL Server ("select SERVERPROPERTY('productversion') VERSAO", the digits
+// before the first "."); -1 for other dialects or a version text without ".".
+int32_t VersaoSqlServer(SqlConnection& connection, const std::string& dialeto);
+
+}  // namespace vornleads
