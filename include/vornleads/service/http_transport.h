@@ -1,0 +1,56 @@
+// The HTTP edge of the leads-service client: one POST, answered with a status and a body.
+//
+// post() returns whatever HTTP status the server sent (the caller decides what a 404 or a 500
+// means). It throws TransportError when no HTTP answer arrived at all: connection refused,
+// host not found, receive time-out, connection dropped, malformed address. The transport keeps
+// no state between calls, so one object may serve many clients on one thread at a time.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vornleads/error.h"
+
+namespace vornleads {
+
+struct HttpResponse {
+  long status = 0;
+  std::string body;
+};
+
+// No HTTP answer was received. what() is the cause in the operator's words ("conexão
+// recusada"); the SOAP client puts the operation and the endpoint in front of it.
+class TransportError : public VornError {
+ public:
+  enum class Kind {
+    ConnectionRefused,
+    HostNotFound,
+    TimedOut,
+    ConnectionDropped,
+    InvalidAddress,
+    Other
+  };
+
+  TransportError(Kind kind, const std::string& cause) : VornError(cause), kind_(kind) {}
+  Kind kind() const { return kind_; }
+
+ private:
+  Kind kind_;
+};
+
+class HttpTransport {
+ public:
+  virtual ~HttpTransport() = default;
+
+  // Sends body to url with the given header lines ("Name: value"). receiveTimeoutMs bounds the
+  // whole exchange once started; 0 or less waits without limit. Connect time-out, proxy
+  // settings (http_proxy and friends) and TLS checks keep the HTTP library's defaults.
+  virtual HttpResponse post(const std::string& url, const std::vector<std::string>& headers,
+                            const std::string& body, int receiveTimeoutMs) = 0;
+};
+
+// The libcurl transport: one easy handle per call, no signals (safe on worker threads).
+std::shared_ptr<HttpTransport> makeCurlHttpTransport();
+
+}  // namespace vornleads

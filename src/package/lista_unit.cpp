@@ -1,0 +1,7 @@
+#include "vornleads/package/lista_unit.h"
+
+namespace vornleads {
+
+TListaUnitVornLeadsVW* ListaUnitVornLeadsVW = nullptr;
+
+}  // namespace vornleads

@@ -1,0 +1,37 @@
+// The SOAP 1.1 RPC/encoded messages of the leads service: the request envelope of one
+// operation with its single string parameter, and the reading of a reply envelope.
+#pragma once
+
+#include <string>
+
+#include "vornleads/error.h"
+
+namespace vornleads::soap {
+
+extern const char* const kEnvelopeNamespace;  // http://schemas.xmlsoap.org/soap/envelope/
+
+// The request body, byte for byte: an XML declaration line, then the envelope on one line with
+// <NS1:operation xmlns:NS1="nameSpace"><Parametros xsi:type="xsd:string">...</Parametros>.
+// The parameter text is escaped as XML requires (&, <, >); it is UTF-8 and goes out as is.
+std::string buildRequest(const std::string& nameSpace, const std::string& operation,
+                         const std::string& parametros);
+
+struct Reply {
+  bool fault = false;
+  std::string result;       // the operation's string result, when not a fault
+  std::string faultCode;    // when a fault
+  std::string faultString;  // when a fault
+};
+
+// The body is not a SOAP reply. what() is the cause in the operator's words.
+class MalformedReply : public VornError {
+ public:
+  using VornError::VornError;
+};
+
+// Reads a reply: the text of the first child element of the response element (whatever their
+// names or prefixes), or the faultcode and faultstring of a Fault. A document type
+// declaration is refused, and no entity other than XML's own is ever expanded.
+Reply parseReply(const std::string& body);
+
+}  // namespace vornleads::soap

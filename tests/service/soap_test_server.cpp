@@ -1,0 +1,155 @@
+#include "service/soap_test_server.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <pugixml.hpp>
+#include <sstream>
+#include <stdexcept>
+
+namespace vornleads::test {
+namespace {
+
+int boundLoopbackSocket(int& port) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (fd < 0) throw std::runtime_error("socket() failed");
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+    ::close(fd);
+    throw std::runtime_error("bind() failed");
+  }
+  port = ntohs(address.sin_port);
+  return fd;
+}
+
+std::string loopbackUrl(int port) {
+  return "http://127.0.0.1:" + std::to_string(port) + "/soap/IVornLeadsVW";
+}
+
+}  // namespace
+
+SoapTestServer::SoapTestServer() {
+  server_.Post("/.*", [this](const httplib::Request& request, httplib::Response& response) {
+    Handler handler;
+    {
+      std::unique_lock<std::mutex> lock(mutex_);
+      last_ = {request.path, request.body, {request.headers.begin(), request.headers.end()}};
+      ++count_;
+      handler = handler_;
+      released_.wait(lock, [this] { return !holding_; });
+    }
+    if (handler) handler(request, response);
+  });
+  port_ = server_.bind_to_any_port("127.0.0.1");
+  if (port_ <= 0) throw std::runtime_error("the test server could not bind a port");
+  thread_ = std::thread([this] { server_.listen_after_bind(); });
+}
+
+SoapTestServer::~SoapTestServer() {
+  release();
+  while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  server_.stop();
+  thread_.join();
+}
+
+std::string SoapTestServer::url() const { return loopbackUrl(port_); }
+
+void SoapTestServer::answer(Handler handler) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  handler_ = std::move(handler);
+}
+
+void SoapTestServer::answer(int status, const std::string& body) {
+  answer([status, body](const httplib::Request&, httplib::Response& response) {
+    response.status = status;
+    response.set_content(body, "text/xml; charset=utf-8");
+  });
+}
+
+void SoapTestServer::holdAnswers() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  holding_ = true;
+}
+
+void SoapTestServer::release() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    holding_ = false;
+  }
+  released_.notify_all();
+}
+
+ReceivedRequest SoapTestServer::lastRequest() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return last_;
+}
+
+int SoapTestServer::requestCount() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return count_;
+}
+
+DroppingServer::DroppingServer() {
+  socket_ = boundLoopbackSocket(port_);
+  if (::listen(socket_, 8) != 0) {
+    ::close(socket_);
+    throw std::runtime_error("listen() failed");
+  }
+  thread_ = std::thread([this] {
+    for (;;) {
+      const int connection = ::accept(socket_, nullptr, nullptr);
+      if (connection < 0) return;  // the listening socket was shut down
+      char buffer[4096];
+      (void)::recv(connection, buffer, sizeof buffer, 0);
+      ::close(connection);
+    }
+  });
+}
+
+DroppingServer::~DroppingServer() {
+  ::shutdown(socket_, SHUT_RDWR);
+  thread_.join();
+  ::close(socket_);
+}
+
+std::string DroppingServer::url() const { return loopbackUrl(port_); }
+
+std::string refusingUrl() {
+  int port = 0;
+  ::close(boundLoopbackSocket(port));
+  return loopbackUrl(port);
+}
+
+std::string soapReply(const std::string& operation, const std::string& result) {
+  pugi::xml_document document;
+  auto envelope = document.append_child("SOAP-ENV:Envelope");
+  envelope.append_attribute("xmlns:SOAP-ENV") = "http://schemas.xmlsoap.org/soap/envelope/";
+  envelope.append_attribute("xmlns:xsd") = "http://www.w3.org/2001/XMLSchema";
+  envelope.append_attribute("xmlns:xsi") = "http://www.w3.org/2001/XMLSchema-instance";
+  auto response = envelope.append_child("SOAP-ENV:Body")
+                      .append_child(("NS1:" + operation + "Response").c_str());
+  response.append_attribute("xmlns:NS1") = "urn:VornLeadsVWIntf-IVornLeadsVW";
+  auto ret = response.append_child("return");
+  ret.append_attribute("xsi:type") = "xsd:string";
+  ret.append_child(pugi::node_pcdata).set_value(result.c_str());
+  std::ostringstream out;
+  document.save(out, "", pugi::format_raw);
+  return out.str();
+}
+
+std::string parametrosOf(const std::string& requestBody) {
+  pugi::xml_document document;
+  if (!document.load_buffer(requestBody.data(), requestBody.size())) {
+    throw std::runtime_error("the request is not XML");
+  }
+  return document.document_element().first_child().first_child().child("Parametros").text().get();
+}
+
+}  // namespace vornleads::test

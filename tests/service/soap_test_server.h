@@ -1,0 +1,80 @@
+// Loopback servers for the SOAP client tests: an HTTP server on port 0 whose answer each test
+// sets, which keeps what it received; a raw socket that drops every connection unanswered;
+// and a port where nothing listens.
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "support/http_library.h"
+
+namespace vornleads::test {
+
+struct ReceivedRequest {
+  std::string path;
+  std::string body;
+  std::multimap<std::string, std::string, httplib::detail::ci> headers;
+};
+
+class SoapTestServer {
+ public:
+  // Fills the response from the received request.
+  using Handler = std::function<void(const httplib::Request&, httplib::Response&)>;
+
+  SoapTestServer();
+  ~SoapTestServer();
+  SoapTestServer(const SoapTestServer&) = delete;
+  SoapTestServer& operator=(const SoapTestServer&) = delete;
+
+  // http://127.0.0.1:PORT/soap/IVornLeadsVW
+  std::string url() const;
+  void answer(Handler handler);
+  // Answers status and body with Content-Type text/xml.
+  void answer(int status, const std::string& body);
+  // Holds every answer until release() (or the end of the server).
+  void holdAnswers();
+  void release();
+
+  ReceivedRequest lastRequest() const;
+  int requestCount() const;
+
+ private:
+  httplib::Server server_;
+  int port_ = 0;
+  std::thread thread_;
+  mutable std::mutex mutex_;
+  std::condition_variable released_;
+  bool holding_ = false;
+  Handler handler_;
+  ReceivedRequest last_;
+  int count_ = 0;
+};
+
+// Accepts connections, reads the request and closes without a byte of answer.
+class DroppingServer {
+ public:
+  DroppingServer();
+  ~DroppingServer();
+  DroppingServer(const DroppingServer&) = delete;
+  DroppingServer& operator=(const DroppingServer&) = delete;
+  std::string url() const;
+
+ private:
+  int socket_ = -1;
+  int port_ = 0;
+  std::thread thread_;
+};
+
+// A loopback URL on a port that was free a moment ago: connecting to it is refused.
+std::string refusingUrl();
+
+// The reply envelope of an operation whose result is the given text (escaped here).
+std::string soapReply(const std::string& operation, const std::string& result);
+// The Parametros text of a request envelope.
+std::string parametrosOf(const std::string& requestBody);
+
+}  // namespace vornleads::test
