@@ -24,10 +24,14 @@ class SqlValue {
   bool isNull() const { return kind_ == Kind::Null; }
 
   // Conversions as the host's datasets make them. Null reads as 0, 0.0, "" and 0.
-  // asInteger: floats are rounded to the nearest integer; text must hold an integer
-  // (ConversionError naming the text otherwise). asString: integers in decimal, floats by
-  // FloatToStr, dates as "dd/mm/yyyy", date-times by DateTimeToStr. asDateTime: text is
-  // parsed by StrToDateTime.
+  // asInteger: floats are rounded to the nearest integer, halves to even (ConversionError
+  // beyond 64 bits); text must hold an integer, blanks around it allowed (ConversionError
+  // '"12a" is not a valid integer value' otherwise). asFloat: text in the regional form
+  // ("1.234,56") or with a decimal point ("89990.5"); ConversionError
+  // '"abc" is not a valid floating point value' otherwise. asString: integers in decimal,
+  // floats by FloatToStr, dates as "dd/mm/yyyy", date-times by DateTimeToStr. asDateTime:
+  // text is parsed by StrToDateTime.
+  // Equality: same kind and same value (integer 1 and float 1.0 differ; null equals null).
   int64_t asInteger() const;
   double asFloat() const;
   std::string asString() const;

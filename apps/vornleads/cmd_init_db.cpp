@@ -1,0 +1,51 @@
+// vornleads init-db [--sample]: creates the DMS database file named by --db.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "command.h"
+#include "vornleads/data/schema.h"
+#include "vornleads/error.h"
+
+namespace vornleads::cli {
+namespace {
+
+struct InitDbOptions {
+  bool sample = false;
+};
+
+// init-db creates an embedded database only: a server or ODBC database is made by its DBA.
+std::string embeddedPath(const std::string& uri) {
+  if (uri.rfind("firebird://", 0) == 0 || uri.rfind("odbc:", 0) == 0 ||
+      uri.rfind("oracle://", 0) == 0) {
+    throw VornError(
+        "init-db creates embedded Firebird database files only; --db must be a path "
+        "or firebird:PATH");
+  }
+  return uri.rfind("firebird:", 0) == 0 ? uri.substr(9) : uri;
+}
+
+const RegisterCommand registration(10, [](CLI::App& app, CommandContext& context) {
+  auto options = std::make_shared<InitDbOptions>();
+  CLI::App* command =
+      app.add_subcommand("init-db", "create the DMS database (embedded Firebird file)");
+  command->add_flag("--sample", options->sample,
+                    "add one company/branch (1.1) configured for the integration");
+  command->callback([options, &context] {
+    const std::string path = embeddedPath(context.global.db);
+    CreateDatabase(path, options->sample);
+    size_t tables = 0;
+    for (const std::string& statement : SchemaStatements()) {
+      if (statement.rfind("CREATE TABLE", 0) == 0) ++tables;
+    }
+    std::cout << "created " << path << ": " << tables << " DMS tables";
+    if (options->sample) {
+      std::cout << ", sample company/branch 1.1 (dealer number 01234) added ("
+                << SampleStatements().size() << " rows)";
+    }
+    std::cout << std::endl;
+  });
+});
+
+}  // namespace
+}  // namespace vornleads::cli

@@ -1,0 +1,87 @@
+#include "data/firebird_create.h"
+
+#include <ibase.h>
+
+#include "vornleads/error.h"
+
+namespace vornleads {
+namespace {
+
+std::string statusMessage(const ISC_STATUS* status) {
+  std::string message;
+  char buffer[1024];
+  const ISC_STATUS* vector = status;
+  while (fb_interpret(buffer, sizeof buffer, &vector) > 0) {
+    if (!message.empty()) message += "\n";
+    message += buffer;
+  }
+  return message.empty() ? "unknown Firebird error" : message;
+}
+
+// The attachment that CREATE DATABASE leaves open, detached when the scope ends.
+class Attachment {
+ public:
+  Attachment() = default;
+  ~Attachment() {
+    if (handle_ == 0) return;
+    ISC_STATUS_ARRAY status;
+    // Nothing else can be done about a failed detach in a destructor; the file is complete.
+    isc_detach_database(status, &handle_);
+  }
+  Attachment(const Attachment&) = delete;
+  Attachment(Attachment&&) = delete;
+  Attachment& operator=(const Attachment&) = delete;
+
+  isc_db_handle* handle() { return &handle_; }
+
+ private:
+  isc_db_handle handle_ = 0;
+};
+
+std::string quoted(const std::string& text) {
+  std::string result = "'";
+  for (char ch : text) {
+    result += ch;
+    if (ch == '\'') result += '\'';
+  }
+  return result + "'";
+}
+
+}  // namespace
+
+void createFirebirdDatabaseFile(const std::string& path) {
+  const std::string sql = "CREATE DATABASE " + quoted(path) +
+                          " USER 'SYSDBA' PAGE_SIZE 8192 DEFAULT CHARACTER SET UTF8";
+  Attachment attachment;
+  isc_tr_handle transaction = 0;
+  ISC_STATUS_ARRAY status;
+  if (isc_dsql_execute_immediate(status, attachment.handle(), &transaction, 0, sql.c_str(),
+                                 SQL_DIALECT_V6, nullptr) != 0) {
+    throw DatabaseError(statusMessage(status), sql);
+  }
+}
+
+}  // namespace vornleads
+
+namespace vornleads {
+
+void setFirebirdForcedWrites(const std::string& path, bool on) {
+  const std::string user = "SYSDBA";
+  std::string parameters;
+  parameters += static_cast<char>(isc_dpb_version1);
+  parameters += static_cast<char>(isc_dpb_user_name);
+  parameters += static_cast<char>(user.size());
+  parameters += user;
+  parameters += static_cast<char>(isc_dpb_force_write);
+  parameters += static_cast<char>(1);
+  parameters += static_cast<char>(on ? 1 : 0);
+  Attachment attachment;
+  ISC_STATUS_ARRAY status;
+  if (isc_attach_database(status, static_cast<short>(path.size()), path.c_str(),
+                          attachment.handle(), static_cast<short>(parameters.size()),
+                          parameters.data()) != 0) {
+    throw DatabaseError(statusMessage(status), "");
+  }
+}
+
+}  // namespace vornleads

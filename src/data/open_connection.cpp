@@ -1,0 +1,20 @@
+#include "data/connection_uri.h"
+#include "data/soci_connection.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/error.h"
+
+namespace vornleads {
+
+std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri) {
+  const ConnectionTarget target = parseConnectionUri(uri);
+  if (target.backend == "oracle") {
+    // SOCI's Oracle backend needs the vendor's client libraries, which this build does not
+    // link; saying so beats pretending to connect.
+    throw DatabaseError(
+        "Cannot open " + target.description + ": the Oracle backend is not available in this build",
+        "");
+  }
+  return std::make_unique<SociConnection>(target);
+}
+
+}  // namespace vornleads
