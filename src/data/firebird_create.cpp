@@ -1,4 +1,5 @@
 #include "data/firebird_create.h"
+#include "data/firebird_shared_mode.h"
 
 #include <ibase.h>
 
@@ -50,6 +51,7 @@ std::string quoted(const std::string& text) {
 }  // namespace
 
 void createFirebirdDatabaseFile(const std::string& path) {
+  useSharedEmbeddedFirebird();
   const std::string sql = "CREATE DATABASE " + quoted(path) +
                           " USER 'SYSDBA' PAGE_SIZE 8192 DEFAULT CHARACTER SET UTF8";
   Attachment attachment;
@@ -66,6 +68,7 @@ void createFirebirdDatabaseFile(const std::string& path) {
 namespace vornleads {
 
 void setFirebirdForcedWrites(const std::string& path, bool on) {
+  useSharedEmbeddedFirebird();
   const std::string user = "SYSDBA";
   std::string parameters;
   parameters += static_cast<char>(isc_dpb_version1);

@@ -1,4 +1,5 @@
 #include "data/connection_uri.h"
+#include "data/firebird_shared_mode.h"
 #include "data/soci_connection.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/error.h"
@@ -14,6 +15,7 @@ std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri) {
         "Cannot open " + target.description + ": the Oracle backend is not available in this build",
         "");
   }
+  if (target.backend == "firebird") useSharedEmbeddedFirebird();
   return std::make_unique<SociConnection>(target);
 }
 

@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "data/firebird_create.h"
+#include "data/firebird_shared_mode.h"
 #include "vornleads/data/schema.h"
 
 namespace vornleads::test {
@@ -17,41 +18,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Embedded Firebird 3 runs as "Super" by default: while this process holds a database open,
-// no other process (isql-fb, the programs under test) may attach to it. A private Firebird
-// root whose firebird.conf says SuperClassic lets several processes share the file. It must
-// be in place before the client library starts, hence at program start-up.
-class SharedFirebirdRoot {
- public:
-  SharedFirebirdRoot() {
-    const char* chosen = std::getenv("FIREBIRD");
-    if (chosen != nullptr && *chosen != '\0') return;  // the caller's own root wins
-    const fs::path installed = "/usr/lib/x86_64-linux-gnu/firebird/3.0";
-    std::error_code error;
-    if (!fs::exists(installed / "plugins", error)) return;
-    root_ = fs::temp_directory_path() / ("vornleads-fbroot-" + std::to_string(getpid()));
-    fs::create_directories(root_, error);
-    for (const char* entry :
-         {"plugins", "intl", "UDF", "firebird.msg", "plugins.conf", "lib", "include"}) {
-      if (fs::exists(installed / entry, error))
-        fs::create_symlink(installed / entry, root_ / entry, error);
-    }
-    writeFile(root_ / "firebird.conf", "ServerMode = SuperClassic\nUdfAccess = None\n");
-    setenv("FIREBIRD", root_.c_str(), 1);
-  }
-  ~SharedFirebirdRoot() {
-    if (root_.empty()) return;
-    std::error_code error;
-    fs::remove_all(root_, error);
-  }
-  SharedFirebirdRoot(const SharedFirebirdRoot&) = delete;
-  SharedFirebirdRoot& operator=(const SharedFirebirdRoot&) = delete;
-
- private:
-  fs::path root_;
-};
-
-const SharedFirebirdRoot sharedRoot;
+// The programs under test and isql-fb open the same database files as this program while
+// it holds them: share them from the start, before the client library reads its settings.
+const bool sharedFirebird = (useSharedEmbeddedFirebird(), true);
 
 std::string shellQuoted(const std::string& text) {
   std::string quoted = "'";
