@@ -1,0 +1,43 @@
+// vornleads resend: one pass over the unsent status updates (iniciaAtualizacao) of the --db
+// database, through the library edition VornLeadsVW.dll of the host directory. Ends with a
+// one-line summary; when a worker's error ends the pass early, the summary of what was done
+// comes first and the error makes the exit status 1.
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "command.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/feedback/atualiza_leads_nao_enviados.h"
+#include "vornleads/service/leads_library.h"
+
+namespace vornleads::cli {
+namespace {
+
+std::string resumo(const ResendSummary& s) {
+  return "resend: " + std::to_string(s.rowsRead) + " rows read, " + std::to_string(s.sent) +
+         " sent, " + std::to_string(s.rejected) + " rejected, " + std::to_string(s.unsent) +
+         " still unsent";
+}
+
+const RegisterCommand registration(40, [](CLI::App& app, CommandContext& context) {
+  CLI::App* command =
+      app.add_subcommand("resend", "one pass over the unsent updates (iniciaAtualizacao)");
+  command->callback([&context] {
+    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const LeadsLibrary library;
+    TAtualizaLeadsNaoEnviados pass(*connection);
+    pass.IntegraLeadsVW = library.bind();
+    try {
+      pass.iniciaAtualizacao();
+    } catch (const std::exception&) {
+      std::cout << resumo(pass.summary()) << "\n";
+      throw;
+    }
+    std::cout << resumo(pass.summary()) << "\n";
+  });
+});
+
+}  // namespace
+}  // namespace vornleads::cli

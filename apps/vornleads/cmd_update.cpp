@@ -1,0 +1,83 @@
+// vornleads update: one status update of a lead contact (realizaAtualizacao) on the --db
+// database, sent through the library edition VornLeadsVW.dll of the host directory.
+//
+// Standard output: the reply JSON (VW's, or the local answer when the update is not part of
+// the integration); nothing when the update was journalled but not sent, whose reason then
+// goes to standard error. Exit status: 0, or 1 when the reply's Status.Codigo is above 0 (VW
+// refused it, or the library edition could not reach VW; the text also goes to standard
+// error) or when the update raised an error.
+// Rejections are reported to the branch's users on standard error, this host's message box.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "command.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/feedback/atualiza_leads_vw.h"
+#include "vornleads/service/leads_library.h"
+
+namespace vornleads::cli {
+namespace {
+
+struct UpdateOptions {
+  TParametroPreparaAtualizaLeadVW parametros;
+};
+
+// The journalled reason ends with a line break of its own.
+std::string semQuebraFinal(std::string texto) {
+  while (!texto.empty() && (texto.back() == '\n' || texto.back() == '\r')) texto.pop_back();
+  return texto;
+}
+
+void avisaUsuario(int32_t, int32_t destino, const std::string& assunto, const std::string& texto) {
+  std::cerr << "vornleads: message to user " << destino << ": " << assunto << ": " << texto << "\n";
+}
+
+const RegisterCommand registration(30, [](CLI::App& app, CommandContext& context) {
+  auto options = std::make_shared<UpdateOptions>();
+  TParametroPreparaAtualizaLeadVW& p = options->parametros;
+  CLI::App* command = app.add_subcommand(
+      "update", "one status update of a lead contact (realizaAtualizacao); prints the reply JSON");
+  command->add_option("--empresa", p.empresa, "company")->required();
+  command->add_option("--revenda", p.revenda, "branch")->required();
+  command->add_option("--contato", p.contato, "CRM contact number")->required();
+  command->add_option("--lead", p.idLead, "VW lead identifier")->required();
+  command->add_option("--usuario", p.usuarioAtualizacao, "DMS user who made the change")
+      ->required();
+  command->add_option("--status", p.codigoAtualizacao, "new VW lead status (9: rescheduling)")
+      ->required();
+  command->add_option("--reagendamento", p.dataReagendamento,
+                      "new appointment, dd/mm/yyyy hh:nn:ss (status 9)");
+  CLI::Option* resend =
+      command->add_flag("--resend", p.reenvio, "resend of the journal row --sequencia");
+  CLI::Option* sequencia =
+      command->add_option("--sequencia", p.sequenciaReenvio, "journal sequence to resend");
+  CLI::Option* data = command->add_option("--data-atualizacao", p.dataAtualizacaoReenvio,
+                                          "date of the original change, dd/mm/yyyy hh:nn:ss");
+  resend->needs(sequencia)->needs(data);
+  sequencia->needs(resend);
+  data->needs(resend);
+
+  command->callback([options, &context] {
+    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const LeadsLibrary library;
+    TAtualizaLeadsVW worker(*connection);
+    worker.IntegraLeadsVW = library.bind();
+    worker.envioExternoMensagem = avisaUsuario;
+    const auto resposta = worker.realizaAtualizacao(options->parametros);
+    if (!resposta) {
+      std::cerr << "vornleads: update journalled, not sent: "
+                << semQuebraFinal(worker.mensagemErro()) << "\n";
+      return;
+    }
+    std::cout << resposta->AsJSON() << "\n";
+    if (resposta->Status && resposta->Status->Codigo > 0) {
+      std::cerr << "vornleads: update not accepted: código " << resposta->Status->Codigo << ": "
+                << resposta->Status->Descricao << "\n";
+      context.exitCode = 1;
+    }
+  });
+});
+
+}  // namespace
+}  // namespace vornleads::cli

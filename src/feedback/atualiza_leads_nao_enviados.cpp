@@ -1,0 +1,124 @@
+// The resend pass over the unsent rows of the update journal.
+#include "vornleads/feedback/atualiza_leads_nao_enviados.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "vornleads/feedback/atualiza_leads_vw.h"
+#include "vornleads/service/records_working.h"
+
+namespace vornleads {
+namespace {
+
+constexpr int kStatusReagendamento = 9;
+
+void contaResultado(const TAtualizaLeadsVW& worker,
+                    const std::optional<TRetornoAtualizaLeadClass>& resposta,
+                    ResendSummary& summary) {
+  // Only a reply that came from the bridge counts as VW's answer; local answers and
+  // failed sends leave the row unsent.
+  const auto& retorno = worker.retornoAtualizacao();
+  if (resposta && retorno && retorno->Status) {
+    if (retorno->Status->Codigo > 0) {
+      ++summary.rejected;
+    } else {
+      ++summary.sent;
+    }
+  } else {
+    ++summary.unsent;
+  }
+}
+
+}  // namespace
+
+TAtualizaLeadsNaoEnviados::TAtualizaLeadsNaoEnviados(SqlConnection& connection)
+    : conexao_(connection), clock_(systemClock()) {}
+
+void TAtualizaLeadsNaoEnviados::setClock(std::shared_ptr<Clock> clock) {
+  clock_ = clock ? std::move(clock) : systemClock();
+}
+
+void TAtualizaLeadsNaoEnviados::iniciaAtualizacao() {
+  // clang-format off
+  const auto revendas = conexao_.RetornaDataset(
+      "select EMPRESA, "
+      "       REVENDA "
+      "  from CAC_PARAMETRO "
+      " where UTILIZA_INTEGRACAO_LEADVW = 'S' ");
+  // clang-format on
+  for (; !revendas->Eof(); revendas->Next()) {
+    empresaAtual = static_cast<int32_t>(revendas->FieldByName("EMPRESA").asInteger());
+    revendaAtual = static_cast<int32_t>(revendas->FieldByName("REVENDA").asInteger());
+    buscaLeads();
+  }
+}
+
+void TAtualizaLeadsNaoEnviados::buscaLeads() {
+  // No ordering: rows come as the database gives them, and each unsent row of a lead is
+  // resent on its own.
+  // clang-format off
+  const auto linhas = conexao_.RetornaDataset(
+      "select CLC.EMPRESA, "
+      "       CLC.REVENDA, "
+      "       CLC.CONTATO, "
+      "       CLC.ID_LEAD_VW, "
+      "       CAL.STATUS_LEAD, "
+      "       CAL.USUARIO, "
+      "       CAL.DTA_REAGENDAMENTO, "
+      "       CAL.DTA_ATUALIZACAO, "
+      "       CAL.SEQUENCIA "
+      "  from CAC_LEAD_CONTATO CLC, "
+      "       CAC_ATUALIZACOES_LEADVW CAL "
+      " where CLC.ID_LEAD_VW = CAL.ID_LEAD_VW "
+      "   and CAL.ENVIOU = 'N' "
+      "   and CLC.INTEGRANDO = 'S' "
+      "   and CLC.EMPRESA = " + std::to_string(empresaAtual) +
+      "   and CLC.REVENDA = " + std::to_string(revendaAtual));
+  // clang-format on
+  for (; !linhas->Eof(); linhas->Next()) {
+    TParametroPreparaAtualizaLeadVW parametros;
+    parametros.empresa = static_cast<int32_t>(linhas->FieldByName("EMPRESA").asInteger());
+    parametros.revenda = static_cast<int32_t>(linhas->FieldByName("REVENDA").asInteger());
+    parametros.contato = static_cast<int32_t>(linhas->FieldByName("CONTATO").asInteger());
+    const SqlValue& usuario = linhas->FieldByName("USUARIO");
+    parametros.usuarioAtualizacao = usuario.isNull() ? buscaUsuarioEncaminhado(parametros.contato)
+                                                     : static_cast<int32_t>(usuario.asInteger());
+    parametros.codigoAtualizacao =
+        static_cast<int32_t>(linhas->FieldByName("STATUS_LEAD").asInteger());
+    parametros.reenvio = true;
+    if (parametros.codigoAtualizacao == kStatusReagendamento) {
+      parametros.dataReagendamento = linhas->FieldByName("DTA_REAGENDAMENTO").asString();
+    }
+    parametros.sequenciaReenvio =
+        static_cast<int32_t>(linhas->FieldByName("SEQUENCIA").asInteger());
+    parametros.dataAtualizacaoReenvio = linhas->FieldByName("DTA_ATUALIZACAO").asString();
+    parametros.idLead = static_cast<int32_t>(linhas->FieldByName("ID_LEAD_VW").asInteger());
+
+    TAtualizaLeadsVW worker(conexao_.retornaSQLConnection());
+    worker.IntegraLeadsVW = IntegraLeadsVW;
+    worker.setClock(clock_);
+    ++summary_.rowsRead;
+    std::optional<TRetornoAtualizaLeadClass> resposta;
+    try {
+      resposta = worker.realizaAtualizacao(parametros);
+    } catch (...) {
+      // Counted and passed on: the error ends the pass and the row stays unsent.
+      ++summary_.unsent;
+      throw;
+    }
+    // The outcome is in the journal row; the reply is only counted.
+    contaResultado(worker, resposta, summary_);
+  }
+}
+
+int32_t TAtualizaLeadsNaoEnviados::buscaUsuarioEncaminhado(int32_t /*contato*/) {
+  // clang-format off
+  return conexao_.executaSQLInteger("SELECT USUARIO_ENCAMINHADO "
+                                    "  FROM CAC_CONTATO "
+                                    " WHERE EMPRESA = " + std::to_string(empresaAtual) +
+                                    "   AND REVENDA = " + std::to_string(revendaAtual));
+  // clang-format on
+}
+
+}  // namespace vornleads

@@ -1,0 +1,14 @@
+// The send log: every request of a status update and VW's reply, in the day's
+// "logErroLeadsVW_" file of the host directory.
+#include "vornleads/feedback/atualiza_leads_vw.h"
+#include "vornleads/package/log_file.h"
+
+namespace vornleads {
+
+void TAtualizaLeadsVW::gravaLogEnvio() {
+  // The request carries the salesperson's CPF and the lead, never a credential.
+  LogFile(kLogEnvioLeads, clock_)
+      .appendExchange(envioLead_->AsJSON(), retornoAtualizacao_->AsJSON());
+}
+
+}  // namespace vornleads
