@@ -1,5 +1,6 @@
 #include "vornleads/package/udm_vornleadsvw.h"
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "vornleads/error.h"
@@ -23,9 +24,25 @@ std::string textValue(const nlohmann::ordered_json& value) {
   return "";
 }
 
+// VORNLEADS_RECEIVE_TIMEOUT_MS, when it holds a positive number of milliseconds, stands in for
+// the built-in receive time-out. It is how an operator or a test shortens the wait of the
+// library edition, whose facades the host never sees.
+int tempoRecebimentoInicial() {
+  const char* texto = std::getenv("VORNLEADS_RECEIVE_TIMEOUT_MS");
+  if (texto == nullptr || *texto == '\0') return kTempoRecebimentoServicoMs;
+  char* fim = nullptr;
+  const long valor = std::strtol(texto, &fim, 10);
+  if (*fim != '\0' || valor <= 0 || valor > kTempoRecebimentoServicoMs) {
+    return kTempoRecebimentoServicoMs;
+  }
+  return static_cast<int>(valor);
+}
+
 }  // namespace
 
-TdmVornLeadsVW::TdmVornLeadsVW() { DataModuleCreate(); }
+TdmVornLeadsVW::TdmVornLeadsVW() : receiveTimeoutMs_(tempoRecebimentoInicial()) {
+  DataModuleCreate();
+}
 
 void TdmVornLeadsVW::DataModuleCreate() { sPvEndereco = AcessaINI("Proxy"); }
 

@@ -3,7 +3,9 @@
 // envelope 297 and the failure's text, which the pipeline journals like a rejection.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "feedback/feedback_fixture.h"
@@ -20,6 +22,18 @@ struct FaultCase {
 };
 
 class SendFaultTest : public ::testing::TestWithParam<FaultCase> {
+ protected:
+  void SetUp() override {
+    LeadsService::instance().sandbox().reset();
+    database_ = std::make_unique<TestDatabase>(true);
+    db_ = database_->connect();
+  }
+
+  std::unique_ptr<TestDatabase> database_;
+  std::unique_ptr<SqlConnection> db_;
+};
+
+class SendTimeOutTest : public ::testing::Test {
  protected:
   void SetUp() override {
     LeadsService::instance().sandbox().reset();
@@ -77,9 +91,57 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"soapfault", {{"mode", "soapfault"}, {"descricao", "Falha no serviço"}}}),
     [](const ::testing::TestParamInfo<FaultCase>& info) { return std::string(info.param.name); });
 
-TEST(SendTimeOut, ReplyPastTheReceiveTimeOut) {
-  GTEST_SKIP() << "the library edition's facade always waits the full 180000 ms receive "
-                  "time-out and offers a host no way to shorten it";
+// Sets an environment variable for one test and restores what was there before.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const char* value) : name_(name) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    setenv(name, value, 1);
+  }
+  ~ScopedEnvironment() {
+    if (before_) {
+      setenv(name_, before_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+ private:
+  const char* name_;
+  std::optional<std::string> before_;
+};
+
+// A service slower than the receive time-out: the library edition's facade gives up, the row
+// stays unsent with the time-out's text, and the next pass, with the service answering
+// again, delivers it.
+TEST_F(SendTimeOutTest, ReplyPastTheReceiveTimeOutIsResentLater) {
+  LeadsService& service = LeadsService::instance();
+  const int32_t contato = nextKey();
+  const int64_t lead = nextKey();
+  addLeadContact(*db_, contato, lead);
+  service.sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", "delay"}, {"ms", 4000}});
+
+  {
+    ScopedEnvironment shortWait("VORNLEADS_RECEIVE_TIMEOUT_MS", "1000");
+    auto parametros = updateOf(contato, lead, 10);
+    const auto resposta = worker(*db_)->realizaAtualizacao(parametros);
+    ASSERT_TRUE(resposta.has_value());
+    EXPECT_EQ(297, resposta->Status->Codigo);
+    EXPECT_NE(std::string::npos, resposta->Status->Descricao.find("AtualizaLeads"))
+        << resposta->Status->Descricao;
+  }
+  const auto failed = journal(*db_, lead).at(0);
+  EXPECT_EQ("N", failed.enviou);
+  EXPECT_EQ(297, failed.codigoErro);
+
+  TAtualizaLeadsNaoEnviados resend(*db_);
+  resend.IntegraLeadsVW = service.bridge();
+  resend.setClock(std::make_shared<FixedClock>(testNow()));
+  resend.iniciaAtualizacao();
+  EXPECT_EQ(1, resend.summary().sent);
+  EXPECT_EQ("S", journal(*db_, lead).at(0).enviou);
 }
 
 }  // namespace

@@ -69,7 +69,9 @@ class TdmVornLeadsVW {
 
   // The endpoint every service call of this object uses.
   const std::string& endereco() const { return sPvEndereco; }
-  // The HTTP receive time-out set before each call, 180000 ms unless a host or test shortens it.
+  // The HTTP receive time-out set before each call: 180000 ms, or the environment variable
+  // VORNLEADS_RECEIVE_TIMEOUT_MS at construction when it holds a shorter positive value, or
+  // what a host or test sets here.
   int receiveTimeoutMs() const { return receiveTimeoutMs_; }
   void setReceiveTimeoutMs(int milliseconds) { receiveTimeoutMs_ = milliseconds; }
 
