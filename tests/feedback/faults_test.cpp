@@ -21,7 +21,8 @@ struct FaultCase {
   Json fault;
 };
 
-class SendFaultTest : public ::testing::TestWithParam<FaultCase> {
+// A fresh sample database and a sandbox without leftover faults for every case.
+class ServiceFaultFixture : public ::testing::Test {
  protected:
   void SetUp() override {
     LeadsService::instance().sandbox().reset();
@@ -33,17 +34,9 @@ class SendFaultTest : public ::testing::TestWithParam<FaultCase> {
   std::unique_ptr<SqlConnection> db_;
 };
 
-class SendTimeOutTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    LeadsService::instance().sandbox().reset();
-    database_ = std::make_unique<TestDatabase>(true);
-    db_ = database_->connect();
-  }
-
-  std::unique_ptr<TestDatabase> database_;
-  std::unique_ptr<SqlConnection> db_;
-};
+class SendFaultTest : public ServiceFaultFixture,
+                      public ::testing::WithParamInterface<FaultCase> {};
+using SendTimeOutTest = ServiceFaultFixture;
 
 TEST_P(SendFaultTest, RowStaysUnsentUntilTheNextResendPassDeliversIt) {
   LeadsService& service = LeadsService::instance();
