@@ -1,0 +1,57 @@
+// vornleads intake [--retry-delay MS]: one intake cycle (buscarLeads) on the --db database,
+// through the library edition VornLeadsVW.dll of the host directory.
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "command.h"
+#include "vornleads/data/aplicacao.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/intake/leads_vw_metodos.h"
+#include "vornleads/service/leads_library.h"
+
+namespace vornleads::cli {
+namespace {
+
+struct IntakeOptions {
+  int retryDelay = 30000;
+};
+
+std::string resumo(const TotaisIntake& t) {
+  return "intake: " + std::to_string(t.revendas) + " dealers, " + std::to_string(t.leadsLidos) +
+         " leads read, " + std::to_string(t.contatosCriados) + " contacts created, " +
+         std::to_string(t.vinculados) + " linked, " + std::to_string(t.revisados) + " revised, " +
+         std::to_string(t.encerrados) + " closed, " + std::to_string(t.falhas) + " failed, " +
+         std::to_string(t.confirmados) + " confirmed, " + std::to_string(t.ciclos) +
+         (t.ciclos == 1 ? " cycle" : " cycles");
+}
+
+const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context) {
+  auto options = std::make_shared<IntakeOptions>();
+  CLI::App* command =
+      app.add_subcommand("intake", "one intake cycle (buscarLeads) through the library edition");
+  command
+      ->add_option("--retry-delay", options->retryDelay,
+                   "pause before a repeated cycle, in milliseconds (default 30000)")
+      ->check(CLI::NonNegativeNumber);
+  command->callback([options, &context] {
+    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const LeadsLibrary library;
+    TAplicacaoLibrary aplicacao;
+    TLeadsVWMetodosClass worker(aplicacao, *connection);
+    worker.IntegraLeadsVW = library.bind();
+    worker.setIntervaloRepeticao(options->retryDelay);
+    try {
+      worker.buscarLeads();
+    } catch (const std::exception&) {
+      // The leads committed before the failure stay committed: say what was done, then fail.
+      if (worker.totais().leadsLidos > 0) std::cout << resumo(worker.totais()) << "\n";
+      throw;
+    }
+    std::cout << resumo(worker.totais()) << "\n";
+  });
+});
+
+}  // namespace
+}  // namespace vornleads::cli

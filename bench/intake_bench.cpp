@@ -1,0 +1,411 @@
+// Intake throughput: one intake cycle (TLeadsVWMetodosClass::buscarLeads through the library
+// edition and the sandbox on loopback) over 1,000 and 10,000 new leads into a fresh embedded
+// Firebird database, beside the very same SQL statements (recorded during the cycle, with
+// their transactions) replayed directly on another fresh database.
+//
+//   intake_bench [--sizes 1000,10000] [--bin DIR] [--async] [--phone-index]
+//       --sizes: lead counts; --bin: the directory holding vornleads-sandbox and VornLeadsVW.dll
+//       (default ../bin beside this program); --async: the databases write asynchronously
+//       (gfix -write async) instead of the default forced writes, which on most disks make each
+//       commit cost far more than everything else; --phone-index: both databases get indexes
+//       on FAT_CLIENTE's two phone pairs, which the customer match by phone searches;
+//       --home DIR: the host directory (log files, VornLeadsVW.dll), by default beside the
+//       databases in a scratch directory under TMPDIR
+//
+// Printed per size: leads per second, the time split (bridge calls, SQL, the rest), the ratio
+// of the intake's time per lead to the direct statements' (target <= 1.5); at the end the
+// ratio of time per lead between the largest and the smallest size (target <= 1.1).
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "vornleads/data/aplicacao.h"
+#include "vornleads/data/schema.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/intake/leads_vw_metodos.h"
+#include "vornleads/service/leads_library.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Steady = std::chrono::steady_clock;
+
+double since(Steady::time_point start) {
+  return std::chrono::duration<double>(Steady::now() - start).count();
+}
+
+class ScratchDir {
+ public:
+  ScratchDir() {
+    std::random_device seed;
+    path_ = fs::temp_directory_path() /
+            ("vornleads-intake-bench-" + std::to_string(std::mt19937_64(seed())() % 1000000000));
+    fs::create_directories(path_);
+  }
+  ~ScratchDir() {
+    std::error_code ignored;  // leftovers in /tmp are harmless
+    fs::remove_all(path_, ignored);
+  }
+  ScratchDir(const ScratchDir&) = delete;
+  ScratchDir& operator=(const ScratchDir&) = delete;
+  const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+// vornleads-sandbox on a free loopback port with the leads of a file, stopped with the object.
+class Sandbox {
+ public:
+  Sandbox(const fs::path& program, const fs::path& leadsFile) {
+    int fds[2];
+    if (pipe(fds) != 0) throw std::runtime_error("pipe failed");
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(fds[1], STDOUT_FILENO);
+      const int quiet = open("/dev/null", O_WRONLY);  // one line per call would drown the figures
+      if (quiet >= 0) dup2(quiet, STDERR_FILENO);
+      close(fds[0]);
+      close(fds[1]);
+      execl(program.c_str(), program.c_str(), "--bind", "127.0.0.1", "--port", "0", "--leads",
+            leadsFile.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(fds[1]);
+    std::string line;
+    char ch = 0;
+    while (read(fds[0], &ch, 1) == 1 && ch != '\n') line += ch;
+    close(fds[0]);
+    const std::string prefix = "listening on ";
+    if (line.rfind(prefix, 0) != 0) throw std::runtime_error("sandbox did not start: " + line);
+    url_ = line.substr(prefix.size());
+  }
+  ~Sandbox() {
+    if (pid_ > 0) {
+      kill(pid_, SIGTERM);
+      waitpid(pid_, nullptr, 0);
+    }
+  }
+  Sandbox(const Sandbox&) = delete;
+  Sandbox& operator=(const Sandbox&) = delete;
+  const std::string& url() const { return url_; }
+
+ private:
+  pid_t pid_ = -1;
+  std::string url_;
+};
+
+// Forwards to a real connection, keeping every statement and transaction word in order and the
+// time spent in the database.
+class RecordingForwarder : public vornleads::SqlConnection {
+ public:
+  enum class Kind { Query, Execute, Begin, Commit, Rollback };
+  struct Step {
+    Kind kind;
+    std::string sql;
+  };
+
+  explicit RecordingForwarder(vornleads::SqlConnection& target) : target_(target) {}
+
+  std::string driverName() const override { return target_.driverName(); }
+  vornleads::SqlRowSet query(const std::string& sql) override {
+    steps_.push_back({Kind::Query, sql});
+    const auto start = Steady::now();
+    auto rows = target_.query(sql);
+    seconds_ += since(start);
+    return rows;
+  }
+  int64_t execute(const std::string& sql) override {
+    steps_.push_back({Kind::Execute, sql});
+    const auto start = Steady::now();
+    const int64_t affected = target_.execute(sql);
+    seconds_ += since(start);
+    return affected;
+  }
+  void beginTransaction() override {
+    timed(Kind::Begin, [this] { target_.beginTransaction(); });
+  }
+  void commit() override {
+    timed(Kind::Commit, [this] { target_.commit(); });
+  }
+  void rollback() override {
+    timed(Kind::Rollback, [this] { target_.rollback(); });
+  }
+  bool inTransaction() const override { return target_.inTransaction(); }
+  std::vector<std::string> primaryKey(const std::string& table) override {
+    return target_.primaryKey(table);
+  }
+
+  const std::vector<Step>& steps() const { return steps_; }
+  double seconds() const { return seconds_; }
+
+ private:
+  template <typename Call>
+  void timed(Kind kind, Call call) {
+    steps_.push_back({kind, ""});
+    const auto start = Steady::now();
+    call();
+    seconds_ += since(start);
+  }
+
+  vornleads::SqlConnection& target_;
+  std::vector<Step> steps_;
+  double seconds_ = 0;
+};
+
+// The time of each kind of statement: its text up to the first value that varies per lead.
+struct Shape {
+  std::string text;
+  int count = 0;
+  double seconds = 0;
+};
+
+std::string shapeOf(const RecordingForwarder::Step& step) {
+  using Kind = RecordingForwarder::Kind;
+  switch (step.kind) {
+    case Kind::Begin:
+      return "(begin)";
+    case Kind::Commit:
+      return "(commit)";
+    case Kind::Rollback:
+      return "(rollback)";
+    default:
+      break;
+  }
+  const size_t cut = step.sql.find_first_of("0123456789'(");
+  return step.sql.substr(0, std::min<size_t>(cut == std::string::npos ? step.sql.size() : cut, 70));
+}
+
+double replay(vornleads::SqlConnection& db, const std::vector<RecordingForwarder::Step>& steps,
+              std::map<std::string, Shape>& shapes) {
+  using Kind = RecordingForwarder::Kind;
+  const auto start = Steady::now();
+  for (const auto& step : steps) {
+    const auto stepStart = Steady::now();
+    switch (step.kind) {
+      case Kind::Query:
+        db.query(step.sql);
+        break;
+      case Kind::Execute:
+        db.execute(step.sql);
+        break;
+      case Kind::Begin:
+        db.beginTransaction();
+        break;
+      case Kind::Commit:
+        db.commit();
+        break;
+      case Kind::Rollback:
+        db.rollback();
+        break;
+    }
+    Shape& shape = shapes[shapeOf(step)];
+    shape.text = shapeOf(step);
+    ++shape.count;
+    shape.seconds += since(stepStart);
+  }
+  return since(start);
+}
+
+// `count` new leads of dealer number `dealer`, each with a customer of its own.
+void writeLeads(std::ostream& out, int first, int count, const std::string& dealer) {
+  for (int id = first; id < first + count; ++id) {
+    const std::string n = std::to_string(id);
+    out << (id == first ? "" : ",") << R"({"IdLead":")" << n << R"(","DealerNumber":")" << dealer
+        << R"(","Nome":"Cliente )" << n << R"(","CpfCnpj":"4)" << std::string(10 - n.size(), '0')
+        << n << R"(","Email":"c)" << n << R"(@exemplo.com.br","Ddd":11,"Telefone":)"
+        << 910000000 + id << R"(,"Modelo":"GOL","DataIntencao":"10/06/2025 10:00:00",)"
+        << R"("Preco":"55000,00","Origem":"Site","Mensagem":"Quero um test drive",)"
+        << R"("Showroom":"Centro","PreferenciaContato":"WhatsApp","Status":0})";
+  }
+}
+
+struct Run {
+  int leads = 0;
+  double intake = 0;
+  double bridge = 0;
+  double sql = 0;
+  double direct = 0;
+  std::map<std::string, Shape> shapes;  // of the direct replay
+};
+
+// Firebird writes every changed page to disk synchronously at each commit ("forced writes",
+// the default of a new database); with asynchronous writes the disk leaves the figures.
+bool gEscritaAssincrona = false;
+bool gIndiceTelefone = false;
+
+// A fresh sample database whose dealership has the given dealer number.
+std::unique_ptr<vornleads::SqlConnection> freshDatabase(const fs::path& file,
+                                                        const std::string& dealer) {
+  vornleads::CreateDatabase(file.string(), true);
+  if (gEscritaAssincrona) {
+    const std::string gfix = "gfix -user SYSDBA -write async '" + file.string() + "'";
+    if (std::system(gfix.c_str()) != 0) throw std::runtime_error("failed: " + gfix);
+  }
+  auto db = vornleads::OpenConnection(file.string());
+  db->execute("UPDATE VWB_PARAMETRO SET NUMERO_DN = '" + dealer + "'");
+  if (gIndiceTelefone) {
+    db->execute("CREATE INDEX IX_FAT_CLIENTE_CELULAR ON FAT_CLIENTE (DDD_CELULAR, CELULAR)");
+    db->execute("CREATE INDEX IX_FAT_CLIENTE_TELEFONE ON FAT_CLIENTE (DDD_TELEFONE, TELEFONE)");
+  }
+  return db;
+}
+
+Run measure(const fs::path& dir, const vornleads::TIntegraLeadsVW& bridge, int leads,
+            const std::string& dealer) {
+  Run run;
+  run.leads = leads;
+  auto db = freshDatabase(dir / ("intake-" + dealer + ".fdb"), dealer);
+  RecordingForwarder recorder(*db);
+
+  vornleads::TAplicacaoLibrary aplicacao;
+  vornleads::TLeadsVWMetodosClass worker(aplicacao, recorder);
+  worker.IntegraLeadsVW = [&bridge, &run](int32_t servico, const vornleads::AnsiString& json) {
+    const auto start = Steady::now();
+    auto reply = bridge(servico, json);
+    run.bridge += since(start);
+    return reply;
+  };
+  const auto start = Steady::now();
+  worker.buscarLeads();
+  run.intake = since(start);
+  run.sql = recorder.seconds();
+  const auto& totais = worker.totais();
+  if (totais.contatosCriados != leads || totais.confirmados != leads || totais.falhas != 0) {
+    throw std::runtime_error("dealer " + dealer + ": " + std::to_string(totais.contatosCriados) +
+                             " contacts, " + std::to_string(totais.confirmados) + " confirmed, " +
+                             std::to_string(totais.falhas) + " failed");
+  }
+
+  auto direct = freshDatabase(dir / ("direct-" + dealer + ".fdb"), dealer);
+  run.direct = replay(*direct, recorder.steps(), run.shapes);
+  return run;
+}
+
+std::vector<int> parseSizes(const std::string& text) {
+  std::vector<int> sizes;
+  std::stringstream in(text);
+  std::string item;
+  while (std::getline(in, item, ',')) {
+    const int size = std::atoi(item.c_str());
+    if (size <= 0 || size > 99999) throw std::runtime_error("bad size: " + item);
+    sizes.push_back(size);
+  }
+  if (sizes.empty()) throw std::runtime_error("no sizes");
+  return sizes;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    std::string sizesText = "1000,10000";
+    fs::path binDir = fs::read_symlink("/proc/self/exe").parent_path() / ".." / "bin";
+    fs::path homeParent;
+    for (int i = 1; i < argc; ++i) {
+      const std::string option = argv[i];
+      if (option == "--async") {
+        gEscritaAssincrona = true;
+      } else if (option == "--phone-index") {
+        gIndiceTelefone = true;
+      } else if (option == "--sizes" && i + 1 < argc) {
+        sizesText = argv[++i];
+      } else if (option == "--bin" && i + 1 < argc) {
+        binDir = argv[++i];
+      } else if (option == "--home" && i + 1 < argc) {
+        homeParent = argv[++i];
+      } else {
+        throw std::runtime_error(
+            "usage: intake_bench [--sizes N,N] [--bin DIR] [--async] "
+            "[--phone-index]");
+      }
+    }
+    const std::vector<int> sizes = parseSizes(sizesText);
+    std::printf("databases: %s writes%s\n",
+                gEscritaAssincrona ? "asynchronous" : "forced (synchronous)",
+                gIndiceTelefone ? ", phone indexes added" : "");
+    ScratchDir scratch;
+    const fs::path home = homeParent.empty() ? scratch.path() : homeParent / "intake-bench-home";
+    fs::create_directories(home);
+    fs::create_symlink(fs::absolute(binDir / vornleads::kBibliotecaLeads),
+                       home / vornleads::kBibliotecaLeads);
+
+    // One sandbox for the whole run (the library edition reads its endpoint once): each size
+    // has dealer number of its own, 20001, 20002, ...; 20000 warms up.
+    constexpr int kWarmUp = 20;
+    {
+      std::ofstream leads(scratch.path() / "leads.json");
+      leads << "[";
+      writeLeads(leads, 1, kWarmUp, "20000");
+      int first = 100000;
+      for (size_t i = 0; i < sizes.size(); ++i) {
+        leads << ",";
+        writeLeads(leads, first, sizes[i], std::to_string(20001 + i));
+        first += 100000;
+      }
+      leads << "]";
+    }
+    const Sandbox sandbox(binDir / "vornleads-sandbox", scratch.path() / "leads.json");
+    setenv("VORNLEADS_ENDPOINT", sandbox.url().c_str(), 1);
+    setenv("VORNLEADS_HOME", home.c_str(), 1);
+    const vornleads::LeadsLibrary library;
+    const vornleads::TIntegraLeadsVW bridge = library.bind();
+
+    measure(scratch.path(), bridge, kWarmUp, "20000");
+    std::printf("%8s %10s %10s %10s %10s %10s %10s %8s\n", "leads", "intake s", "leads/s",
+                "bridge ms", "sql ms", "other ms", "direct ms", "ratio");
+    std::vector<Run> runs;
+    for (size_t i = 0; i < sizes.size(); ++i) {
+      const Run run = measure(scratch.path(), bridge, sizes[i], std::to_string(20001 + i));
+      runs.push_back(run);
+      const double n = run.leads;
+      std::printf("%8d %10.2f %10.1f %10.3f %10.3f %10.3f %10.3f %8.2f\n", run.leads, run.intake,
+                  n / run.intake, 1000 * run.bridge / n, 1000 * run.sql / n,
+                  1000 * (run.intake - run.bridge - run.sql) / n, 1000 * run.direct / n,
+                  run.intake / run.direct);
+    }
+    std::printf(
+        "(per lead: bridge = fetch and receipt through the library edition and the "
+        "sandbox; sql = the intake's statements; direct = the same statements replayed)\n");
+    // Where the time of the largest size goes, statement kind by statement kind.
+    const Run& largest = runs.back();
+    std::vector<Shape> shapes;
+    for (const auto& entry : largest.shapes) shapes.push_back(entry.second);
+    std::sort(shapes.begin(), shapes.end(),
+              [](const Shape& a, const Shape& b) { return a.seconds > b.seconds; });
+    std::printf("direct replay of %d leads, statement kinds by time (ms per lead, count):\n",
+                largest.leads);
+    for (size_t i = 0; i < shapes.size() && i < 12; ++i) {
+      std::printf("  %8.3f %7d  %s\n", 1000 * shapes[i].seconds / largest.leads, shapes[i].count,
+                  shapes[i].text.c_str());
+    }
+    if (!homeParent.empty()) fs::remove_all(home);
+    if (runs.size() > 1) {
+      const Run& small = runs.front();
+      const Run& large = runs.back();
+      std::printf("time per lead, %d vs %d leads: %.2f (intake), %.2f (direct)\n", large.leads,
+                  small.leads, (large.intake / large.leads) / (small.intake / small.leads),
+                  (large.direct / large.leads) / (small.direct / small.leads));
+    }
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "intake_bench: %s\n", error.what());
+    return 1;
+  }
+}
