@@ -35,6 +35,7 @@
 #include <system_error>
 #include <vector>
 
+#include "bench_support.h"
 #include "vornleads/data/aplicacao.h"
 #include "vornleads/data/schema.h"
 #include "vornleads/data/sql_connection.h"
@@ -44,72 +45,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using bench_support::ScratchDir;
+using bench_support::Sandbox;
 using Steady = std::chrono::steady_clock;
 
 double since(Steady::time_point start) {
   return std::chrono::duration<double>(Steady::now() - start).count();
 }
-
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::random_device seed;
-    path_ = fs::temp_directory_path() /
-            ("vornleads-intake-bench-" + std::to_string(std::mt19937_64(seed())() % 1000000000));
-    fs::create_directories(path_);
-  }
-  ~ScratchDir() {
-    std::error_code ignored;  // leftovers in /tmp are harmless
-    fs::remove_all(path_, ignored);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-// vornleads-sandbox on a free loopback port with the leads of a file, stopped with the object.
-class Sandbox {
- public:
-  Sandbox(const fs::path& program, const fs::path& leadsFile) {
-    int fds[2];
-    if (pipe(fds) != 0) throw std::runtime_error("pipe failed");
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(fds[1], STDOUT_FILENO);
-      const int quiet = open("/dev/null", O_WRONLY);  // one line per call would drown the figures
-      if (quiet >= 0) dup2(quiet, STDERR_FILENO);
-      close(fds[0]);
-      close(fds[1]);
-      execl(program.c_str(), program.c_str(), "--bind", "127.0.0.1", "--port", "0", "--leads",
-            leadsFile.c_str(), static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(fds[1]);
-    std::string line;
-    char ch = 0;
-    while (read(fds[0], &ch, 1) == 1 && ch != '\n') line += ch;
-    close(fds[0]);
-    const std::string prefix = "listening on ";
-    if (line.rfind(prefix, 0) != 0) throw std::runtime_error("sandbox did not start: " + line);
-    url_ = line.substr(prefix.size());
-  }
-  ~Sandbox() {
-    if (pid_ > 0) {
-      kill(pid_, SIGTERM);
-      waitpid(pid_, nullptr, 0);
-    }
-  }
-  Sandbox(const Sandbox&) = delete;
-  Sandbox& operator=(const Sandbox&) = delete;
-  const std::string& url() const { return url_; }
-
- private:
-  pid_t pid_ = -1;
-  std::string url_;
-};
 
 // Forwards to a real connection, keeping every statement and transaction word in order and the
 // time spent in the database.
@@ -340,7 +282,7 @@ int main(int argc, char** argv) {
     std::printf("databases: %s writes%s\n",
                 gEscritaAssincrona ? "asynchronous" : "forced (synchronous)",
                 gIndiceTelefone ? ", phone indexes added" : "");
-    ScratchDir scratch;
+    ScratchDir scratch("vornleads-intake-bench");
     const fs::path home = homeParent.empty() ? scratch.path() : homeParent / "intake-bench-home";
     fs::create_directories(home);
     fs::create_symlink(fs::absolute(binDir / vornleads::kBibliotecaLeads),

@@ -18,6 +18,7 @@
 #include <system_error>
 #include <vector>
 
+#include "bench_support.h"
 #include "package/log_rewrite_model.h"
 #include "vornleads/package/host_directory.h"
 #include "vornleads/package/log_file.h"
@@ -33,26 +34,7 @@ class FixedClock : public vornleads::Clock {
   TDateTime now() const override { return vornleads::EncodeDateTime({2024, 3, 5, 10, 0, 0, 0}); }
 };
 
-// A scratch directory removed with its files at the end.
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::random_device seed;
-    path_ = std::filesystem::temp_directory_path() /
-            ("vornleads-bench-" + std::to_string(std::mt19937_64(seed())() % 1000000000));
-    std::filesystem::create_directories(path_);
-  }
-  ~ScratchDir() {
-    std::error_code ignored;  // leftovers in /tmp are harmless
-    std::filesystem::remove_all(path_, ignored);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using bench_support::ScratchDir;
 
 std::string contentOf(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
@@ -97,7 +79,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: %s [ENTRIES]\n", argv[0]);
     return 2;
   }
-  ScratchDir scratch;
+  ScratchDir scratch("vornleads-log-bench");
   std::filesystem::create_directories(scratch.path() / "append");
   std::filesystem::create_directories(scratch.path() / "rewrite");
   vornleads::setHostDirectory(scratch.path() / "append");

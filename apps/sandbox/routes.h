@@ -3,8 +3,9 @@
 // faults. The state outlives the server that serves these routes.
 #pragma once
 
+#include <httplib.h>
+
 #include "fault_queue.h"
-#include "http_library.h"
 #include "lead_store.h"
 
 namespace vornleads::sandbox {

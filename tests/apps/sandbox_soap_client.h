@@ -9,7 +9,7 @@
 #include <pugixml.hpp>
 #include <string>
 
-#include "support/http_library.h"
+#include <httplib.h>
 #include "support/sandbox_process.h"
 
 namespace vornleads::test {

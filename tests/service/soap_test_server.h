@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "support/http_library.h"
+#include <httplib.h>
 
 namespace vornleads::test {
 

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "support/http_library.h"
+#include <httplib.h>
 
 extern char** environ;
 
