@@ -3,12 +3,11 @@
 // Firebird database, beside the very same SQL statements (recorded during the cycle, with
 // their transactions) replayed directly on another fresh database.
 //
-//   intake_bench [--sizes 1000,10000] [--bin DIR] [--async] [--phone-index]
+//   intake_bench [--sizes 1000,10000] [--bin DIR] [--async] [--home DIR]
 //       --sizes: lead counts; --bin: the directory holding vornleads-sandbox and VornLeadsVW.dll
 //       (default ../bin beside this program); --async: the databases write asynchronously
 //       (gfix -write async) instead of the default forced writes, which on most disks make each
-//       commit cost far more than everything else; --phone-index: both databases get indexes
-//       on FAT_CLIENTE's two phone pairs, which the customer match by phone searches;
+//       commit cost far more than everything else;
 //       --home DIR: the host directory (log files, VornLeadsVW.dll), by default beside the
 //       databases in a scratch directory under TMPDIR
 //
@@ -190,7 +189,6 @@ struct Run {
 // Firebird writes every changed page to disk synchronously at each commit ("forced writes",
 // the default of a new database); with asynchronous writes the disk leaves the figures.
 bool gEscritaAssincrona = false;
-bool gIndiceTelefone = false;
 
 // A fresh sample database whose dealership has the given dealer number.
 std::unique_ptr<vornleads::SqlConnection> freshDatabase(const fs::path& file,
@@ -202,10 +200,6 @@ std::unique_ptr<vornleads::SqlConnection> freshDatabase(const fs::path& file,
   }
   auto db = vornleads::OpenConnection(file.string());
   db->execute("UPDATE VWB_PARAMETRO SET NUMERO_DN = '" + dealer + "'");
-  if (gIndiceTelefone) {
-    db->execute("CREATE INDEX IX_FAT_CLIENTE_CELULAR ON FAT_CLIENTE (DDD_CELULAR, CELULAR)");
-    db->execute("CREATE INDEX IX_FAT_CLIENTE_TELEFONE ON FAT_CLIENTE (DDD_TELEFONE, TELEFONE)");
-  }
   return db;
 }
 
@@ -264,8 +258,6 @@ int main(int argc, char** argv) {
       const std::string option = argv[i];
       if (option == "--async") {
         gEscritaAssincrona = true;
-      } else if (option == "--phone-index") {
-        gIndiceTelefone = true;
       } else if (option == "--sizes" && i + 1 < argc) {
         sizesText = argv[++i];
       } else if (option == "--bin" && i + 1 < argc) {
@@ -274,14 +266,12 @@ int main(int argc, char** argv) {
         homeParent = argv[++i];
       } else {
         throw std::runtime_error(
-            "usage: intake_bench [--sizes N,N] [--bin DIR] [--async] "
-            "[--phone-index]");
+            "usage: intake_bench [--sizes N,N] [--bin DIR] [--async] [--home DIR]");
       }
     }
     const std::vector<int> sizes = parseSizes(sizesText);
-    std::printf("databases: %s writes%s\n",
-                gEscritaAssincrona ? "asynchronous" : "forced (synchronous)",
-                gIndiceTelefone ? ", phone indexes added" : "");
+    std::printf("databases: %s writes\n",
+                gEscritaAssincrona ? "asynchronous" : "forced (synchronous)");
     ScratchDir scratch("vornleads-intake-bench");
     const fs::path home = homeParent.empty() ? scratch.path() : homeParent / "intake-bench-home";
     fs::create_directories(home);
