@@ -1,5 +1,6 @@
 #include <string>
 
+#include "data/telefones_cliente.h"
 #include "vornleads/data/geral.h"
 #include "vornleads/data/novo_contato.h"
 #include "vornleads/data/numeracao.h"
@@ -15,8 +16,6 @@ const char* const kColunas =
     "USUARIO_ENCAMINHADO_ORIGINAL, USUARIO_ENCAMINHADO, CLIENTE, FORMA_CONTATO, "
     "ORIGEM_TRAFEGO, ORIGEM, DDD_1, TELEFONE_1, MELHOR_TELEFONE, DDD_2, TELEFONE_2, "
     "TIPO_TRAFEGO";
-
-size_t digitos(int64_t value) { return std::to_string(value).size(); }
 
 std::string citado(const std::string& value) { return "'" + value + "'"; }
 
@@ -64,14 +63,10 @@ int32_t novoContato(SqlConnection& connection, const std::string& Situacao,
   valores.add(FormaContato);
   valores.add(OrigemTrafego);
   valores.add(citado(Origem));
-  if (cliente.empty()) {
+  if (const auto telefones = telefonesDoCliente(cliente); !telefones) {
     for (int i = 0; i < 5; ++i) valores.add("null");
   } else {
-    const auto& linha = cliente.rows.front();
-    const int64_t dddTelefone = linha.at(cliente.columnIndex("DDD_TELEFONE")).asInteger();
-    const int64_t telefone = linha.at(cliente.columnIndex("TELEFONE")).asInteger();
-    const int64_t dddCelular = linha.at(cliente.columnIndex("DDD_CELULAR")).asInteger();
-    const int64_t celular = linha.at(cliente.columnIndex("CELULAR")).asInteger();
+    const auto [dddTelefone, telefone, dddCelular, celular] = *telefones;
     // Not the full form's limits: this form's callers write 10-digit landlines and
     // 11-digit mobiles, and the limits guard exactly those widths.
     valores.add(numeroOuNulo(dddTelefone >= 1, dddTelefone));

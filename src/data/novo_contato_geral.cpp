@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "data/telefones_cliente.h"
 #include "vornleads/data/geral.h"
 #include "vornleads/data/novo_contato.h"
 #include "vornleads/data/numeracao.h"
@@ -22,8 +23,6 @@ const char* const kColunas =
 
 // The lead columns from CAMPANHA to PRE_VENDA.
 constexpr int kColunasLead = 11;
-
-size_t digitos(int64_t value) { return std::to_string(value).size(); }
 
 }  // namespace
 
@@ -59,14 +58,10 @@ int32_t NovoContato(SqlConnection& connection, const std::string& Situacao,
                         numero(FormaContato) + numero(OrigemTrafego) + nulo + texto(Origem) + nulo +
                         nulo + nulo;
 
-  if (cliente.empty()) {
+  if (const auto telefones = telefonesDoCliente(cliente); !telefones) {
     for (int i = 0; i < 5; ++i) valores += nulo;
   } else {
-    const auto& linha = cliente.rows.front();
-    const int64_t dddTelefone = linha.at(cliente.columnIndex("DDD_TELEFONE")).asInteger();
-    const int64_t telefone = linha.at(cliente.columnIndex("TELEFONE")).asInteger();
-    const int64_t dddCelular = linha.at(cliente.columnIndex("DDD_CELULAR")).asInteger();
-    const int64_t celular = linha.at(cliente.columnIndex("CELULAR")).asInteger();
+    const auto [dddTelefone, telefone, dddCelular, celular] = *telefones;
     // The 8-digit guards follow the width of the contact's telephone columns.
     valores += dddTelefone >= 1 ? numero(dddTelefone) : nulo;
     if (telefone >= 1) {

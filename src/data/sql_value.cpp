@@ -150,19 +150,9 @@ std::string SqlValue::asString() const {
 }
 
 TDateTime SqlValue::asDateTime() const {
-  switch (kind_) {
-    case Kind::Null:
-      return 0;
-    case Kind::Integer:
-      return static_cast<double>(integer_);
-    case Kind::Text:
-      return StrToDateTime(text_);
-    case Kind::Float:
-    case Kind::Date:
-    case Kind::DateTime:
-      break;
-  }
-  return real_;
+  // A date-time is its day count; only text reads differently, in the regional format.
+  if (kind_ == Kind::Text) return StrToDateTime(text_);
+  return asFloat();
 }
 
 bool SqlValue::operator==(const SqlValue& other) const {
