@@ -148,6 +148,29 @@ TEST(AnoMesDiaTest, PartsOfTheDate) {
   EXPECT_EQ(Dia(-1.25), 29);
 }
 
+// The last instant of a day (23:59:59.9996, below the millisecond) stays in that day in every
+// text and every part that goes into SQL.
+TEST(AnoMesDiaTest, TheLastMillisecondOfADayStaysInThatDay) {
+  struct Dia_ {
+    int year, month, day;
+    const char* texto;
+  };
+  for (const Dia_& d : {Dia_{2024, 12, 31, "31/12/2024 23:59:59"},
+                        Dia_{2023, 2, 28, "28/02/2023 23:59:59"},
+                        Dia_{2024, 2, 28, "28/02/2024 23:59:59"},
+                        Dia_{2024, 2, 29, "29/02/2024 23:59:59"}}) {
+    const TDateTime value = EncodeDate(d.year, d.month, d.day) + 86399999.6 / 86400000.0;
+    SCOPED_TRACE(d.texto);
+    EXPECT_EQ(Ano(value), d.year);
+    EXPECT_EQ(Mes(value), d.month);
+    EXPECT_EQ(Dia(value), d.day);
+    EXPECT_EQ(DateTimeToStr(value), d.texto);
+    EXPECT_EQ(FormatDateTime("dd/mm/yyyy hh:nn:ss", value), d.texto);
+    EXPECT_EQ(DataHoraStrPSql(DateTimeToStr(value), "INTERBASE"),
+              DataHoraPSql(value, "INTERBASE"));
+  }
+}
+
 TEST(AnoMesDiaTest, YearsBelowOneHundredAreWidenedAtFifty) {
   EXPECT_EQ(Ano(EncodeDate(99, 3, 5)), 1999);
   EXPECT_EQ(Ano(EncodeDate(50, 1, 1)), 1950);
