@@ -22,6 +22,7 @@ class DriverOnlyConnection : public SqlConnection {
   void rollback() override { throw VornError("no transactions here"); }
   bool inTransaction() const override { return false; }
   std::vector<std::string> primaryKey(const std::string&) override { return {}; }
+  SqlConnection& autonomous() override { throw VornError("no attachments here"); }
 
  private:
   std::string driver_;

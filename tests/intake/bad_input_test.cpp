@@ -158,11 +158,9 @@ TEST_F(BadInputTest, EachBadLeadFailsAloneAndEveryOtherLeadIsCreatedAndConfirmed
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO"), goodCount);
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_INTERESSE"), goodCount);
   EXPECT_EQ(count("SELECT COUNT(*) FROM GER_MENSAGEM"), goodCount);
-  // Prospects of the leads that failed after registering them went back with their leads,
-  // and so did their contact and interest numbers.
+  // Prospects of the leads that failed after registering them went back with their leads.
+  // Their contact and interest numbers were committed on their own: gaps, never reused.
   EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), goodCount);
-  EXPECT_EQ(count("SELECT MAX(CONTATO) FROM CAC_CONTATO"), goodCount);
-  EXPECT_EQ(count("SELECT MAX(INTERESSE) FROM CAC_INTERESSE"), goodCount);
 
   const std::string log = logText();
   for (const auto& bad : failing) {
