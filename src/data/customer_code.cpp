@@ -20,7 +20,8 @@ int64_t maiorCliente(SqlConnection& leitura) {
 }
 
 bool clienteExiste(SqlConnection& leitura, int32_t cliente) {
-  return !leitura.query("select CLIENTE from FAT_CLIENTE where CLIENTE = " + std::to_string(cliente))
+  return !leitura
+              .query("select CLIENTE from FAT_CLIENTE where CLIENTE = " + std::to_string(cliente))
               .empty();
 }
 

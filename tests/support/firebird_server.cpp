@@ -58,12 +58,6 @@ bool listening(int port) {
   return ok;
 }
 
-struct PipeCloser {
-  void operator()(FILE* pipe) const {
-    if (pipe != nullptr) pclose(pipe);
-  }
-};
-
 }  // namespace
 
 FirebirdServer::FirebirdServer() : root_("vornleads-fbserver"), port_(freePort()) {
@@ -146,19 +140,8 @@ FirebirdServer::~FirebirdServer() {
 
 std::string FirebirdServer::run(const std::string& command) const {
   const fs::path root = root_.path();
-  const std::string full = "FIREBIRD=" + root.string() +
-                           " FIREBIRD_LOCK=" + (root / "lock").string() +
-                           " FIREBIRD_TMP=" + root.string() + " " + command + " 2>&1";
-  FILE* raw = popen(full.c_str(), "r");
-  if (raw == nullptr) throw std::runtime_error("cannot run: " + command);
-  std::unique_ptr<FILE, PipeCloser> pipe(raw);
-  std::string output;
-  std::array<char, 4096> buffer;
-  size_t read = 0;
-  while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
-    output.append(buffer.data(), read);
-  if (pclose(pipe.release()) != 0) throw std::runtime_error(command + " failed:\n" + output);
-  return output;
+  return commandOutput("FIREBIRD=" + root.string() + " FIREBIRD_LOCK=" + (root / "lock").string() +
+                       " FIREBIRD_TMP=" + root.string() + " " + command);
 }
 
 std::string FirebirdServer::createDatabase(const std::string& name, bool sample) {

@@ -23,7 +23,8 @@ RecordingConnection::RecordingConnection(Sibling, std::string driverName,
     : driverName_(std::move(driverName)), script_(std::move(script)), mark_("*") {}
 
 SqlConnection& RecordingConnection::autonomous() {
-  if (!autonomous_) autonomous_ = std::make_unique<RecordingConnection>(Sibling{}, driverName_, script_);
+  if (!autonomous_)
+    autonomous_ = std::make_unique<RecordingConnection>(Sibling{}, driverName_, script_);
   return *autonomous_;
 }
 
@@ -49,7 +50,9 @@ void RecordingConnection::setPrimaryKey(const std::string& table,
   script_->primaryKeys[table] = std::move(columns);
 }
 
-size_t RecordingConnection::pendingAnswers() const { return script_->answers.size() + script_->failures.size(); }
+size_t RecordingConnection::pendingAnswers() const {
+  return script_->answers.size() + script_->failures.size();
+}
 
 void RecordingConnection::send(const std::string& sql) {
   script_->statements.push_back(sql);
