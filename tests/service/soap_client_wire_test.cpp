@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "service/soap_test_server.h"
+#include "support/soap_test_server.h"
 #include "vornleads/service/ivornleadsvw.h"
 
 namespace vornleads {
@@ -103,38 +103,6 @@ TEST(SoapClientWire, SeveralMegabytesGoAndComeBackWhole) {
   const auto reply = bound(server)->AtualizaLeads(json);
   EXPECT_EQ(reply.size(), json.size());
   EXPECT_TRUE(reply == json);  // not EXPECT_EQ: a failure would print megabytes
-}
-
-TEST(SoapClientWire, ResultIsTheFirstChildOfTheResponseWhateverItsName) {
-  SoapTestServer server;
-  server.answer(200,
-                "<?xml version=\"1.0\"?>\n"
-                "<soap:Envelope xmlns:soap=\"http://schemas.xmlsoap.org/soap/envelope/\">\n"
-                "  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
-                "  <soap:Body>\n"
-                "    <m:QualquerNome xmlns:m=\"urn:m\">\n"
-                "      <!-- a comment -->\n"
-                "      <m:resultado>{\"a\":<![CDATA[\"<b>\"]]>}</m:resultado>\n"
-                "      <outro>no</outro>\n"
-                "    </m:QualquerNome>\n"
-                "  </soap:Body>\n"
-                "</soap:Envelope>\n");
-  EXPECT_EQ(bound(server)->BuscaLeadsData("{}"), "{\"a\":\"<b>\"}");
-}
-
-TEST(SoapClientWire, FaultOnHttp200IsAFaultToo) {
-  SoapTestServer server;
-  server.answer(200,
-                "<E:Envelope xmlns:E=\"http://schemas.xmlsoap.org/soap/envelope/\"><E:Body>"
-                "<E:Fault><faultcode>E:Client</faultcode><faultstring>DN inválido</faultstring>"
-                "</E:Fault></E:Body></E:Envelope>");
-  try {
-    bound(server)->BuscaLeads("{}");
-    FAIL() << "a fault must raise";
-  } catch (const SoapFault& fault) {
-    EXPECT_STREQ(fault.what(), "DN inválido");
-    EXPECT_EQ(fault.faultCode(), "E:Client");
-  }
 }
 
 }  // namespace
