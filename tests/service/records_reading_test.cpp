@@ -100,6 +100,15 @@ TEST(RecordsReading, WrongTypesNameTheRecordAndMember) {
               TRetornoBuscaHistoricoDealerClass::FromJSON(R"({"Historico":[{"Nome":false}]})");
             }),
             R"(JSON member "Nome" of TItemBuscaHistoricoDealerClass must be text)");
+  // A number no double can hold is refused while the text is read, with where it stood.
+  EXPECT_EQ(conversionMessage([] {
+              TRetornoBuscaLeadsClass::FromJSON(R"({"Leads":[{"Ddd":11},{"Ddd":-1e400}]})");
+            }),
+            R"(JSON member "Leads[1].Ddd" of TRetornoBuscaLeadsClass must be a number within )"
+            R"(the range of a double, not -1e400)");
+  EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON(R"({"Codigo":1e400})"); }),
+            R"(JSON member "Codigo" of TStatusClass must be a number within the range of a )"
+            R"(double, not 1e400)");
 }
 
 TEST(RecordsReading, DateTimes) {
