@@ -100,14 +100,16 @@ TEST(FacadeEndereco, UnwritableDirectoryAnswers202AndStillSwitches) {
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
 }
 
-TEST(FacadeEndereco, MissingMemberAnswers297AndKeepsTheEndpoint) {
+TEST(FacadeEndereco, MissingOrNonTextMemberAnswers297AndKeepsTheEndpoint) {
   TempDir dir("facade-ini");
   CurrentDirectoryScope inDir(dir.path());
   TdmVornLeadsVW fachada;
   const auto antes = fachada.endereco();
-  EXPECT_EQ(alteraEndereco(fachada, "{}"), envelope(297, "Parâmetros JSON inválidos!"));
-  EXPECT_EQ(alteraEndereco(fachada, R"({"novoendereco":"http://x"})"),
-            envelope(297, "Parâmetros JSON inválidos!"));
+  for (const char* json : {"{}", R"({"novoendereco":"http://x"})", R"({"NovoEndereco":null})",
+                           R"({"NovoEndereco":{"url":"http://x"}})", R"({"NovoEndereco":8080})",
+                           R"({"NovoEndereco":["http://x"]})"}) {
+    EXPECT_EQ(alteraEndereco(fachada, json), envelope(297, "Parâmetros JSON inválidos!")) << json;
+  }
   EXPECT_EQ(fachada.endereco(), antes);
   EXPECT_FALSE(std::filesystem::exists(dir / "VornLeadsVW.ini"));
 }
