@@ -86,11 +86,11 @@ void configureServer(httplib::Server& server) {
 // The plain HTTP server, or with a certificate and its key the HTTPS one.
 std::unique_ptr<httplib::Server> makeServer(const Options& options) {
   if (options.tlsCert.empty()) return std::make_unique<httplib::Server>();
-  auto server = std::make_unique<httplib::SSLServer>(options.tlsCert.c_str(),
-                                                     options.tlsKey.c_str());
+  auto server =
+      std::make_unique<httplib::SSLServer>(options.tlsCert.c_str(), options.tlsKey.c_str());
   if (!server->is_valid()) {
-    throw std::runtime_error("cannot serve TLS with certificate " + options.tlsCert +
-                             " and key " + options.tlsKey);
+    throw std::runtime_error("cannot serve TLS with certificate " + options.tlsCert + " and key " +
+                             options.tlsKey);
   }
   return server;
 }
@@ -139,8 +139,8 @@ int serve(const Options& options) {
   waitUntilServing();
   if (server.is_running()) {
     std::cout << "listening on " << (options.tlsCert.empty() ? "http" : "https") << "://"
-              << urlHost(options.bind) << ":" << port
-              << vornleads::sandbox::kEndpointPath << std::endl;
+              << urlHost(options.bind) << ":" << port << vornleads::sandbox::kEndpointPath
+              << std::endl;
   }
 
   int received = 0;

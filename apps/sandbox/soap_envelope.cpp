@@ -43,8 +43,8 @@ std::string decodedRequest(const std::string& body, const std::string& contentTy
     if (error.offset() == xml::CharsetError::kUnsupported) {
       throw NotSoapError("the request's encoding \"" + error.encoding() + "\" is not supported");
     }
-    throw NotSoapError("the request is not valid " + error.encoding() + ": invalid bytes at offset " +
-                       std::to_string(error.offset()));
+    throw NotSoapError("the request is not valid " + error.encoding() +
+                       ": invalid bytes at offset " + std::to_string(error.offset()));
   }
 }
 

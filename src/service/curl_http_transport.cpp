@@ -53,7 +53,8 @@ TransportError failure(CURLcode code, const char* detail, int receiveTimeoutMs) 
     case CURLE_SSL_CACERT_BADFILE:
       return {Kind::CertificateRefused,
               "o certificado do servidor foi recusado: as autoridades confiáveis não puderam ser "
-              "lidas (" + detailOf(code, detail) + ")"};
+              "lidas (" +
+                  detailOf(code, detail) + ")"};
     case CURLE_SSL_CONNECT_ERROR:
       return {Kind::Other, "falha na negociação TLS: " + detailOf(code, detail)};
     case CURLE_COULDNT_CONNECT:

@@ -16,8 +16,7 @@ class IdleWatch {
   bool expired() const { return Clock::now() - last_ > limit_; }
 
   // CURLOPT_XFERINFOFUNCTION: notes every change of the byte counts.
-  static int onProgress(void* self, curl_off_t, curl_off_t received, curl_off_t,
-                        curl_off_t sent) {
+  static int onProgress(void* self, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent) {
     auto& watch = *static_cast<IdleWatch*>(self);
     if (received != watch.received_ || sent != watch.sent_) {
       watch.received_ = received;
@@ -69,7 +68,7 @@ CURLcode performWithIdleLimit(CURL* handle, int receiveTimeoutMs) {
   // The multi interface lets this loop look at the watch as often as it likes; the easy one
   // calls back about once a second when nothing moves, too coarse for a time-out in ms.
   const std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi(curl_multi_init(),
-                                                                     &curl_multi_cleanup);
+                                                                    &curl_multi_cleanup);
   if (!multi) throw std::bad_alloc();
   const Attached attached(multi.get(), handle);
   constexpr int kLookEveryMs = 20;

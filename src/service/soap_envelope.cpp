@@ -68,7 +68,7 @@ Reply parseReply(const std::string& body, const std::string& contentType) {
   if (!result) {
     throw MalformedReply("o resultado da resposta SOAP remete a \"" +
                          std::string(accessor.attribute("href").value()) +
-                         "\", que não está na resposta");
+                         "\", que não leva a um elemento da resposta");
   }
   reply.result = textOf(result);
   return reply;

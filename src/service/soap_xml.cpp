@@ -59,9 +59,8 @@ std::string textOf(pugi::xml_node element) {
 
 ParsedXml parseUtf8(pugi::xml_document& document, const std::string& utf8) {
   ParsedXml parsed;
-  parsed.result = document.load_buffer(utf8.data(), utf8.size(),
-                                       pugi::parse_default | pugi::parse_doctype,
-                                       pugi::encoding_utf8);
+  parsed.result = document.load_buffer(
+      utf8.data(), utf8.size(), pugi::parse_default | pugi::parse_doctype, pugi::encoding_utf8);
   for (auto node : document.children()) {
     if (node.type() == pugi::node_doctype) parsed.hasDoctype = true;
   }

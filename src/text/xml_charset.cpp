@@ -152,10 +152,9 @@ std::string fromSingleByte(const std::string& bytes, Encoding encoding) {
 }  // namespace
 
 CharsetError::CharsetError(const std::string& encoding, std::size_t offset)
-    : VornError(offset == kUnsupported
-                    ? "a codificação \"" + encoding + "\" não é suportada"
-                    : "bytes inválidos para a codificação " + encoding + " na posição " +
-                          std::to_string(offset)),
+    : VornError(offset == kUnsupported ? "a codificação \"" + encoding + "\" não é suportada"
+                                       : "bytes inválidos para a codificação " + encoding +
+                                             " na posição " + std::to_string(offset)),
       encoding_(encoding),
       offset_(offset) {}
 

@@ -110,26 +110,24 @@ TEST_F(CliIntakeTest, AWindows1252ReplyIsStoredAsTheTextItStandsFor) {
   const std::string leads =
       R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Leads":[)" +
       lead(501, {{"Nome", "João da Conceição"}}).dump() + "]}";
-  const std::string confirmed =
-      R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)"
-      R"("Retorno":{"Mensagem":"ok","Retorno":"OK"}})";
+  const std::string confirmed = R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)"
+                                R"("Retorno":{"Mensagem":"ok","Retorno":"OK"}})";
   std::string fetchReply;
   test::SoapTestServer peer;
-  peer.answer([&fetchReply, &confirmed](const httplib::Request& request,
-                                        httplib::Response& response) {
-    const bool fetch = request.get_header_value("SOAPAction").find("#BuscaLeadsStatus") !=
-                       std::string::npos;
-    response.set_content(fetch ? fetchReply : soapReply("AtualizaLeads", confirmed),
-                         fetch ? "text/xml; charset=windows-1252" : "text/xml; charset=utf-8");
-  });
+  peer.answer(
+      [&fetchReply, &confirmed](const httplib::Request& request, httplib::Response& response) {
+        const bool fetch =
+            request.get_header_value("SOAPAction").find("#BuscaLeadsStatus") != std::string::npos;
+        response.set_content(fetch ? fetchReply : soapReply("AtualizaLeads", confirmed),
+                             fetch ? "text/xml; charset=windows-1252" : "text/xml; charset=utf-8");
+      });
   const std::string declaration = "<?xml version=\"1.0\" encoding=\"windows-1252\"?>";
 
   // A byte the code page leaves undefined stops the fetch before anything is written.
   fetchReply = declaration + windows1252(soapReply("BuscaLeadsStatus", leads)) + "\x81";
   const CliRun refused = vornleads("intake", {}, peer.url());
   EXPECT_EQ(refused.status, 1);
-  EXPECT_NE(refused.err.find("bytes inválidos para a codificação windows-1252"),
-            std::string::npos)
+  EXPECT_NE(refused.err.find("bytes inválidos para a codificação windows-1252"), std::string::npos)
       << refused.err;
   EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), 0);
 

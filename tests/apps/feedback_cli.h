@@ -10,8 +10,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <string>
+#include <utility>
 
 #include "support/firebird_db.h"
 #include "support/paths.h"

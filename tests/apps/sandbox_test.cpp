@@ -239,9 +239,9 @@ TEST_F(SandboxTest, RefusedUpdatesChangeNothingButAreListedInOrder) {
 std::string callBody(const std::string& nameSpace, const std::string& operation,
                      const std::string& parametros, const std::string& extra = "") {
   return "<e:Envelope xmlns:e=\"http://schemas.xmlsoap.org/soap/envelope/\" "
-         "xmlns:t=\"http://www.w3.org/2001/XMLSchema\"><e:Body><m:" + operation +
-         " xmlns:m=\"" + nameSpace + "\">" + parametros + "</m:" + operation + ">" + extra +
-         "</e:Body></e:Envelope>";
+         "xmlns:t=\"http://www.w3.org/2001/XMLSchema\"><e:Body><m:" +
+         operation + " xmlns:m=\"" + nameSpace + "\">" + parametros + "</m:" + operation + ">" +
+         extra + "</e:Body></e:Envelope>";
 }
 
 std::string asUtf16Le(const std::string& ascii) {
@@ -268,8 +268,7 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
   const std::string parametros = "<Parametros>" + xmlText(fetch) + "</Parametros>";
   const std::string latin1 = callBody(ns, "BuscaLeadsStatus", "<Parametros>\xE7</Parametros>");
   const std::vector<RequestForm> forms = {
-      {"the client's own form", action, xml, soapEnvelope("BuscaLeadsStatus", fetch), 200,
-       fetched},
+      {"the client's own form", action, xml, soapEnvelope("BuscaLeadsStatus", fetch), 200, fetched},
       {"other prefixes, no SOAPAction value", "\"\"", xml,
        callBody(ns, "BuscaLeadsStatus", parametros), 200, fetched},
       {"UTF-16 by its byte-order mark", action, "text/xml",
@@ -317,11 +316,11 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
   }
 
   // Text in windows-1252 arrives as the characters it stands for.
-  const SoapExchange update = postRaw(
-      sandbox_, "\"" + ns + "#AtualizaLeads\"", "text/xml; charset=windows-1252",
-      callBody(ns, "AtualizaLeads",
-               "<Parametros>{\"Cpf\":\"1\",\"DataReagendamento\":\"a\xE7\xE3o \x80\","
-               "\"IdLead\":2001,\"Status\":3}</Parametros>"));
+  const SoapExchange update =
+      postRaw(sandbox_, "\"" + ns + "#AtualizaLeads\"", "text/xml; charset=windows-1252",
+              callBody(ns, "AtualizaLeads",
+                       "<Parametros>{\"Cpf\":\"1\",\"DataReagendamento\":\"a\xE7\xE3o \x80\","
+                       "\"IdLead\":2001,\"Status\":3}</Parametros>"));
   EXPECT_EQ(200, update.status) << update.body;
   EXPECT_EQ("ação €", sandbox_.updates().at(0)["DataReagendamento"]);
 }

@@ -65,15 +65,17 @@ std::vector<ReplyForm> replyForms() {
            encoding + " na posição " + std::to_string(offset);
   };
   return {
-      {"UTF-8 with a charset", 200, "text/xml; charset=utf-8", envelope(response(joao)), "= " + joao},
+      {"UTF-8 with a charset", 200, "text/xml; charset=utf-8", envelope(response(joao)),
+       "= " + joao},
       {"UTF-8 with a byte-order mark", 200, "text/xml", "\xEF\xBB\xBF" + envelope(response(joao)),
        "= " + joao},
       {"default namespace, header, comment, CDATA and a second child", 200, "text/xml",
-       "<?xml version=\"1.0\"?>\n<soap:Envelope xmlns:soap=\"" + kSoap + "\">\n"
-       "  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
-       "  <soap:Body>\n    <QualquerNome xmlns=\"urn:m\">\n      <!-- a comment -->\n"
-       "      <resultado>{\"a\":<![CDATA[\"<b>\"]]>}</resultado>\n      <outro>no</outro>\n"
-       "    </QualquerNome>\n  </soap:Body>\n</soap:Envelope>\n",
+       "<?xml version=\"1.0\"?>\n<soap:Envelope xmlns:soap=\"" + kSoap +
+           "\">\n"
+           "  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
+           "  <soap:Body>\n    <QualquerNome xmlns=\"urn:m\">\n      <!-- a comment -->\n"
+           "      <resultado>{\"a\":<![CDATA[\"<b>\"]]>}</resultado>\n      <outro>no</outro>\n"
+           "    </QualquerNome>\n  </soap:Body>\n</soap:Envelope>\n",
        "= {\"a\":\"<b>\"}"},
       {"character references", 200, "text/xml",
        envelope(response("{&quot;Nome&quot;:&quot;Jo&#xE3;o &#231; &#x1F600; &amp;&quot;}")),
@@ -97,7 +99,8 @@ std::vector<ReplyForm> replyForms() {
       {"multi-reference after the response", 200, "text/xml",
        envelope("<ns1:BuscaLeadsResponse xmlns:ns1=\"" + kService +
                 "\"><BuscaLeadsReturn href=\"#id0\"/></ns1:BuscaLeadsResponse>"
-                "<multiRef id=\"id0\" xsi:type=\"xsd:string\">" + joao + "</multiRef>"),
+                "<multiRef id=\"id0\" xsi:type=\"xsd:string\">" +
+                joao + "</multiRef>"),
        "= " + joao},
       {"multi-reference before the response, chained", 200, "text/xml",
        envelope("<v id=\"2\">{}</v><r id=\"1\" href=\"#2\"/><NS1:BuscaLeadsResponse xmlns:NS1=\"" +
@@ -106,7 +109,14 @@ std::vector<ReplyForm> replyForms() {
       {"multi-reference to no element", 200, "text/xml",
        envelope("<NS1:BuscaLeadsResponse xmlns:NS1=\"" + kService +
                 "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><v id=\"2\">{}</v>"),
-       kFailed + "o resultado da resposta SOAP remete a \"#1\", que não está na resposta"},
+       kFailed +
+           "o resultado da resposta SOAP remete a \"#1\", que não leva a um elemento da resposta"},
+      {"multi-reference in a circle", 200, "text/xml",
+       envelope("<NS1:BuscaLeadsResponse xmlns:NS1=\"" + kService +
+                "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><a id=\"1\" href=\"#2\"/>"
+                "<b id=\"2\" href=\"#1\"/>"),
+       kFailed +
+           "o resultado da resposta SOAP remete a \"#1\", que não leva a um elemento da resposta"},
       {"Latin-1 bytes under a UTF-8 charset", 200, "text/xml; charset=utf-8", latin1Body,
        invalidAt("UTF-8", latin1Body.find('\xE3'))},
       {"a byte windows-1252 leaves undefined", 200, "text/xml; charset=windows-1252", undefinedBody,
@@ -150,7 +160,8 @@ std::vector<ReplyForm> replyForms() {
 std::string outcomeOf(const std::string& url) {
   std::string outcome;
   try {
-    outcome = "= " + GetIVornLeadsVW(false, url, std::make_shared<SoapHttpClient>())->BuscaLeads("{}");
+    outcome =
+        "= " + GetIVornLeadsVW(false, url, std::make_shared<SoapHttpClient>())->BuscaLeads("{}");
   } catch (const SoapFault& error) {
     outcome = "fault " + error.faultCode() + ": " + error.what();
   } catch (const VornError& error) {

@@ -2,10 +2,10 @@
 // child process of the test, on a free loopback port, for end-to-end tests over real SOAP.
 //
 // Construction starts binDir()/"vornleads-sandbox" --bind 127.0.0.1 --port 0 [--leads FILE]
-// [--tls-cert PEM --tls-key PEM] and waits (up to the start time-out) for its "listening on URL" line; it throws
-// std::runtime_error, with the sandbox's standard error attached, when the program cannot be
-// started or exits or stays silent instead. The destructor stops it (SIGTERM, then SIGKILL
-// after a grace period) and reaps it. Not copyable; one object owns one process.
+// [--tls-cert PEM --tls-key PEM] and waits (up to the start time-out) for its "listening on URL"
+// line; it throws std::runtime_error, with the sandbox's standard error attached, when the program
+// cannot be started or exits or stays silent instead. The destructor stops it (SIGTERM, then
+// SIGKILL after a grace period) and reaps it. Not copyable; one object owns one process.
 //
 // The helpers talk to the sandbox's test routes over HTTP and throw std::runtime_error when the
 // sandbox answers anything but HTTP 200 (the message carries its status and body):

@@ -4,14 +4,14 @@
 // listens.
 #pragma once
 
+#include <httplib.h>
+
 #include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
 #include <thread>
-
-#include <httplib.h>
 
 namespace vornleads::test {
 

@@ -21,9 +21,8 @@ TestAuthority::TestAuthority(const std::string& serverNames) {
       dir_.path());
   run("openssl req " + key + " -keyout server.key -out server.csr -subj '/CN=Test server'",
       dir_.path());
-  writeFile(dir_ / "server.ext",
-            "subjectAltName=" + serverNames +
-                "\nbasicConstraints=CA:FALSE\nextendedKeyUsage=serverAuth\n");
+  writeFile(dir_ / "server.ext", "subjectAltName=" + serverNames +
+                                     "\nbasicConstraints=CA:FALSE\nextendedKeyUsage=serverAuth\n");
   run("openssl x509 -req -in server.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 "
       "-extfile server.ext -out server.pem",
       dir_.path());
