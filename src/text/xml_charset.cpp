@@ -40,13 +40,12 @@ std::optional<Encoding> utf16Order(const std::string& bytes) {
 std::string declaredEncoding(const std::string& bytes) {
   std::string head;
   if (const auto order = utf16Order(bytes)) {
-    const std::size_t low = *order == Encoding::Utf16LE ? 0 : 1;
-    for (std::size_t i = low; i < bytes.size() && head.size() < 256; i += 2) head += bytes[i];
+    const bool marked = startsWith(bytes, "\xFF\xFE", 2) || startsWith(bytes, "\xFE\xFF", 2);
+    const std::size_t first = (marked ? 2 : 0) + (*order == Encoding::Utf16LE ? 0 : 1);
+    for (std::size_t i = first; i < bytes.size() && head.size() < 256; i += 2) head += bytes[i];
   } else {
-    head = bytes.substr(0, 256);
+    head = bytes.substr(startsWith(bytes, "\xEF\xBB\xBF", 3) ? 3 : 0, 256);
   }
-  if (startsWith(head, "\xEF\xBB\xBF", 3)) head.erase(0, 3);
-  if (startsWith(head, "\xFE\xFF", 2) || startsWith(head, "\xFF\xFE", 2)) head.erase(0, 1);
   if (head.rfind("<?xml", 0) != 0) return "";
   const std::string declaration = head.substr(0, head.find("?>"));
   auto at = declaration.find("encoding");
@@ -63,7 +62,10 @@ std::string declaredEncoding(const std::string& bytes) {
 std::optional<Encoding> encodingNamed(const std::string& label, const std::string& bytes) {
   const std::string name = lowered(label);
   if (name == "utf-8" || name == "utf8") return Encoding::Utf8;
-  if (name == "utf-16" || name == "utf16") return utf16Order(bytes).value_or(Encoding::Utf16BE);
+  // UCS-2 is UTF-16 without surrogates; some writers still name it.
+  if (name == "utf-16" || name == "utf16" || name == "ucs-2" || name == "iso-10646-ucs-2") {
+    return utf16Order(bytes).value_or(Encoding::Utf16BE);
+  }
   if (name == "utf-16le") return Encoding::Utf16LE;
   if (name == "utf-16be") return Encoding::Utf16BE;
   if (name == "iso-8859-1" || name == "iso8859-1" || name == "iso_8859-1" || name == "latin1" ||

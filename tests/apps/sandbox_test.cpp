@@ -133,6 +133,16 @@ TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
   EXPECT_EQ(1, runSandbox("--port " + std::to_string(first.port()), busy));
   EXPECT_EQ("vornleads-sandbox: cannot listen on 127.0.0.1:" + std::to_string(first.port()) + "\n",
             busy);
+
+  // TLS needs both files, and files that hold a certificate and its key.
+  const std::string notPem = (dir / "bad.json").string();
+  std::string halfTls;
+  EXPECT_EQ(2, runSandbox("--port 0 --tls-cert " + notPem, halfTls)) << halfTls;
+  std::string badTls;
+  EXPECT_EQ(1, runSandbox("--port 0 --tls-cert " + notPem + " --tls-key " + notPem, badTls));
+  EXPECT_EQ("vornleads-sandbox: cannot serve TLS with certificate " + notPem + " and key " +
+                notPem + "\n",
+            badTls);
 }
 
 TEST_F(SandboxTest, AnswersInTheServiceEnvelopeWithTheJsonEscaped) {
