@@ -71,7 +71,8 @@ pugi::xml_node bodyEntry(pugi::xml_node body) {
   for (auto child : body.children()) {
     if (child.type() == pugi::node_element && !child.attribute("id")) return child;
   }
-  return {};
+  // A writer that marks every entry with an id still puts the call or response first.
+  return firstElement(body);
 }
 
 pugi::xml_node dereference(pugi::xml_node accessor, pugi::xml_node body) {

@@ -31,7 +31,8 @@ struct ParsedXml {
 ParsedXml parseUtf8(pugi::xml_document& document, const std::string& utf8);
 
 // The Body entry that carries the call or its response: the first element of the Body that
-// is not an independent multi-reference element (those carry an id attribute).
+// is not an independent multi-reference element (those carry an id attribute), else the
+// first element.
 pugi::xml_node bodyEntry(pugi::xml_node body);
 
 // The element whose value an accessor stands for: the accessor itself, or, when it has

@@ -107,6 +107,10 @@ std::vector<ReplyForm> replyForms() {
        envelope("<v id=\"2\">{}</v><r id=\"1\" href=\"#2\"/><NS1:BuscaLeadsResponse xmlns:NS1=\"" +
                 kService + "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse>"),
        "= {}"},
+      {"every Body entry with an id", 200, "text/xml",
+       envelope("<NS1:BuscaLeadsResponse id=\"r\" xmlns:NS1=\"" + kService +
+                "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><v id=\"1\">{}</v>"),
+       "= {}"},
       {"multi-reference to no element", 200, "text/xml",
        envelope("<NS1:BuscaLeadsResponse xmlns:NS1=\"" + kService +
                 "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><v id=\"2\">{}</v>"),
