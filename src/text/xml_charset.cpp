@@ -27,11 +27,11 @@ bool startsWith(const std::string& bytes, const char* prefix, std::size_t length
   return bytes.compare(0, length, prefix, length) == 0;
 }
 
-// The byte order a document shows in its first bytes: a byte-order mark, or "<?" in UTF-16
-// without one. Nothing for the 8-bit family.
+// The byte order a document shows in its first bytes: a byte-order mark, or its opening "<"
+// in UTF-16 without one. Nothing for the 8-bit family, where a NUL never follows it.
 std::optional<Encoding> utf16Order(const std::string& bytes) {
-  if (startsWith(bytes, "\xFF\xFE", 2) || startsWith(bytes, "<\0?\0", 4)) return Encoding::Utf16LE;
-  if (startsWith(bytes, "\xFE\xFF", 2) || startsWith(bytes, "\0<\0?", 4)) return Encoding::Utf16BE;
+  if (startsWith(bytes, "\xFF\xFE", 2) || startsWith(bytes, "<\0", 2)) return Encoding::Utf16LE;
+  if (startsWith(bytes, "\xFE\xFF", 2) || startsWith(bytes, "\0<", 2)) return Encoding::Utf16BE;
   return std::nullopt;
 }
 

@@ -97,6 +97,8 @@ std::vector<ReplyForm> replyForms() {
        utf16(envelope(response(joao)), false, true), "= " + joao},
       {"UTF-16LE declared, without a byte-order mark", 200, "text/xml",
        utf16(envelope(response(joao), utf16Declaration), true, false), "= " + joao},
+      {"UTF-16LE named by the Content-Type, with neither mark nor declaration", 200,
+       "text/xml; charset=utf-16", utf16(envelope(response(joao)), true, false), "= " + joao},
       {"multi-reference after the response", 200, "text/xml",
        envelope("<ns1:BuscaLeadsResponse xmlns:ns1=\"" + kService +
                 "\"><BuscaLeadsReturn href=\"#id0\"/></ns1:BuscaLeadsResponse>"
