@@ -17,25 +17,35 @@ constexpr double kInt64Limit = 9223372036854775808.0;  // 2^63
 
 bool isWhole(double value) { return std::isfinite(value) && std::trunc(value) == value; }
 
-// The JSON library's own DOM builder, told where in the document each value stands, so that a
-// number no double can hold (1e400) is reported as the member it was meant for instead of as
-// the library's exception.
+// The JSON library's own DOM builder, told where in the document each value stands, so that
+// text it cannot read is reported as the record's own conversion error naming the member, and
+// a number no double can hold (1e400) as the member it was meant for.
 class LocatingParser : public nlohmann::detail::json_sax_dom_parser<Json> {
  public:
   using Base = nlohmann::detail::json_sax_dom_parser<Json>;
 
   LocatingParser(Json& result, const char* recordName) : Base(result, true), record_(recordName) {}
 
-  bool null() { return value(), Base::null(); }
-  bool boolean(bool v) { return value(), Base::boolean(v); }
-  bool number_integer(Json::number_integer_t v) { return value(), Base::number_integer(v); }
-  bool number_unsigned(Json::number_unsigned_t v) { return value(), Base::number_unsigned(v); }
-  bool number_float(Json::number_float_t v, const std::string& text) {
-    return value(), Base::number_float(v, text);
+  bool null() {
+    return scalar([this] { return Base::null(); });
   }
-  bool string(std::string& v) { return value(), Base::string(v); }
+  bool boolean(bool v) {
+    return scalar([&] { return Base::boolean(v); });
+  }
+  bool number_integer(Json::number_integer_t v) {
+    return scalar([&] { return Base::number_integer(v); });
+  }
+  bool number_unsigned(Json::number_unsigned_t v) {
+    return scalar([&] { return Base::number_unsigned(v); });
+  }
+  bool number_float(Json::number_float_t v, const std::string& text) {
+    return scalar([&] { return Base::number_float(v, text); });
+  }
+  bool string(std::string& v) {
+    return scalar([&] { return Base::string(v); });
+  }
   bool start_object(std::size_t size) {
-    value();
+    starts();
     path_.push_back({false, "", -1});
     return Base::start_object(size);
   }
@@ -45,43 +55,58 @@ class LocatingParser : public nlohmann::detail::json_sax_dom_parser<Json> {
   }
   bool end_object() {
     path_.pop_back();
+    ends();
     return Base::end_object();
   }
   bool start_array(std::size_t size) {
-    value();
+    starts();
     path_.push_back({true, "", -1});
     return Base::start_array(size);
   }
   bool end_array() {
     path_.pop_back();
+    ends();
     return Base::end_array();
   }
 
   template <class Exception>
-  bool parse_error(std::size_t position, const std::string& token, const Exception& error) {
+  bool parse_error(std::size_t, const std::string& token, const Exception& error) {
     constexpr int kNumberOverflow = 406;
     if (error.id == kNumberOverflow) {
-      if (path_.empty()) {
+      starts();
+      if (where().empty()) {
         throw ConversionError(std::string("JSON for ") + record_ + " must be an object, not " +
                               token);
       }
-      value();
       throw ConversionError("JSON member \"" + where() + "\" of " + record_ +
                             " must be a number within the range of a double, not " + token);
     }
-    return Base::parse_error(position, token, error);
+    const std::string member = where().empty() ? "" : " in member \"" + where() + "\"";
+    throw ConversionError(std::string("Invalid JSON for ") + record_ + member + ": " +
+                          error.what());
   }
 
  private:
   struct Step {
     bool inArray;
-    std::string key;
-    long index;
+    std::string key;  // in an object, the member whose value is being read; empty between
+    long index;       // in an array, the element being read
   };
 
+  template <class Event>
+  bool scalar(Event event) {
+    starts();
+    const bool accepted = event();
+    ends();
+    return accepted;
+  }
   // A value starts: inside an array it is the next element.
-  void value() {
+  void starts() {
     if (!path_.empty() && path_.back().inArray) ++path_.back().index;
+  }
+  // A value is complete: inside an object, no member is being read until the next key.
+  void ends() {
+    if (!path_.empty() && !path_.back().inArray) path_.back().key.clear();
   }
 
   // "Leads[0].Ddd"
@@ -90,7 +115,7 @@ class LocatingParser : public nlohmann::detail::json_sax_dom_parser<Json> {
     for (const Step& step : path_) {
       if (step.inArray) {
         text += "[" + std::to_string(step.index) + "]";
-      } else {
+      } else if (!step.key.empty()) {
         text += (text.empty() ? "" : ".") + step.key;
       }
     }
@@ -191,7 +216,9 @@ Json parseObject(const std::string& text, const char* recordName) {
   try {
     LocatingParser parser(parsed, recordName);
     Json::sax_parse(text, &parser);
-  } catch (const Json::parse_error& error) {
+  } catch (const Json::exception& error) {
+    // The parser reports what it reads through LocatingParser; nothing else of the JSON
+    // library's may reach the caller either.
     throw ConversionError(std::string("Invalid JSON for ") + recordName + ": " + error.what());
   }
   if (!parsed.is_object()) {
