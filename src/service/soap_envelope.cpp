@@ -71,6 +71,13 @@ Reply parseReply(const std::string& body, const std::string& contentType) {
                          "\", que não leva a um elemento da resposta");
   }
   reply.result = textOf(result);
+  // The document was valid in its encoding, so broken UTF-8 here comes from a character
+  // reference to what is no character (&#xD800;, &#x110000;), which XML does not allow.
+  if (xml::firstInvalidUtf8(reply.result) != std::string::npos) {
+    throw MalformedReply(
+        "o resultado da resposta SOAP traz uma referência a um caractere que o "
+        "XML não admite");
+  }
   return reply;
 }
 

@@ -124,6 +124,9 @@ std::vector<ReplyForm> replyForms() {
                 "<b id=\"2\" href=\"#1\"/>"),
        kFailed +
            "o resultado da resposta SOAP remete a \"#1\", que não leva a um elemento da resposta"},
+      {"a reference to a surrogate", 200, "text/xml", envelope(response("{\"a\":\"&#xD800;\"}")),
+       kFailed + "o resultado da resposta SOAP traz uma referência a um caractere que o XML não "
+                 "admite"},
       {"Latin-1 bytes under a UTF-8 charset", 200, "text/xml; charset=utf-8", latin1Body,
        invalidAt("UTF-8", latin1Body.find('\xE3'))},
       {"a byte windows-1252 leaves undefined", 200, "text/xml; charset=windows-1252", undefinedBody,
