@@ -115,7 +115,7 @@ int runSandbox(const std::string& arguments, std::string& output) {
 TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
   std::string help;
   EXPECT_EQ(0, runSandbox("--help", help));
-  for (const char* option : {"--bind", "--port", "--leads"}) {
+  for (const char* option : {"--bind", "--port", "--leads", "--tls-cert", "--tls-key"}) {
     EXPECT_NE(std::string::npos, help.find(option)) << help;
   }
   std::string usage;
