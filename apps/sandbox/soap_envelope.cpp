@@ -59,6 +59,10 @@ SoapCall readSoapCall(const std::string& body, const std::string& contentType,
                        " at offset " + std::to_string(parsed.result.offset));
   }
   if (parsed.hasDoctype) throw NotSoapError("the request carries a DOCTYPE, which is refused");
+  if (!parsed.badReference.empty()) {
+    throw NotSoapError("the request refers to " + parsed.badReference +
+                       ", which is no XML character");
+  }
   const auto envelope = document.document_element();
   if (soap::localName(envelope) != "Envelope" ||
       soap::namespaceOf(envelope) != soap::kEnvelopeNamespace) {

@@ -46,6 +46,10 @@ Reply parseReply(const std::string& body, const std::string& contentType) {
   if (parsed.hasDoctype) {
     throw MalformedReply("a resposta traz uma declaração DOCTYPE, que não é aceita");
   }
+  if (!parsed.badReference.empty()) {
+    throw MalformedReply("a resposta traz a referência " + parsed.badReference +
+                         ", que não é um caractere admitido pelo XML");
+  }
 
   const auto envelope = document.document_element();
   const auto soapBody = childNamed(envelope, "Body");
@@ -71,13 +75,6 @@ Reply parseReply(const std::string& body, const std::string& contentType) {
                          "\", que não leva a um elemento da resposta");
   }
   reply.result = textOf(result);
-  // The document was valid in its encoding, so broken UTF-8 here comes from a character
-  // reference to what is no character (&#xD800;, &#x110000;), which XML does not allow.
-  if (xml::firstInvalidUtf8(reply.result) != std::string::npos) {
-    throw MalformedReply(
-        "o resultado da resposta SOAP traz uma referência a um caractere que o "
-        "XML não admite");
-  }
   return reply;
 }
 

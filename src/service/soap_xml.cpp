@@ -1,6 +1,7 @@
 #include "service/soap_xml.h"
 
 #include <cstring>
+#include <utility>
 
 namespace vornleads::soap {
 
@@ -8,6 +9,49 @@ const char* const kEnvelopeNamespace = "http://schemas.xmlsoap.org/soap/envelope
 const char* const kEncodingNamespace = "http://schemas.xmlsoap.org/soap/encoding/";
 
 namespace {
+
+bool isXmlChar(unsigned long c) {
+  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
+         (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+// The reference "&#...;" that starts at `at`, when it names no XML character; else empty.
+std::string badReferenceAt(const std::string& text, std::size_t at) {
+  const auto end = text.find(';', at);
+  if (end == std::string::npos) return "";  // not a reference at all: the parser judges it
+  const bool hex = text.compare(at, 3, "&#x") == 0;
+  const std::size_t first = at + (hex ? 3 : 2);
+  unsigned long value = 0;
+  bool named = end > first;
+  for (std::size_t i = first; named && i < end; ++i) {
+    const char c = text[i];
+    const int digit = c >= '0' && c <= '9'          ? c - '0'
+                      : hex && c >= 'a' && c <= 'f' ? c - 'a' + 10
+                      : hex && c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                    : -1;
+    value = value * (hex ? 16 : 10) + static_cast<unsigned long>(digit);
+    named = digit >= 0 && value <= 0x10FFFF;
+  }
+  return named && isXmlChar(value) ? "" : text.substr(at, end - at + 1);
+}
+
+// The first bad character reference of the document, outside CDATA sections and comments.
+std::string firstBadReference(const std::string& text) {
+  for (std::size_t at = text.find_first_of("<&"); at != std::string::npos;
+       at = text.find_first_of("<&", at + 1)) {
+    for (const auto& [open, close] : {std::pair{"<![CDATA[", "]]>"}, std::pair{"<!--", "-->"}}) {
+      if (text.compare(at, std::strlen(open), open) == 0) {
+        at = text.find(close, at);
+        if (at == std::string::npos) return "";
+      }
+    }
+    if (text.compare(at, 2, "&#") == 0) {
+      std::string bad = badReferenceAt(text, at);
+      if (!bad.empty()) return bad;
+    }
+  }
+  return "";
+}
 
 pugi::xml_node elementWithId(pugi::xml_node body, const std::string& id) {
   return body.find_node([&id](pugi::xml_node node) {
@@ -64,6 +108,7 @@ ParsedXml parseUtf8(pugi::xml_document& document, const std::string& utf8) {
   for (auto node : document.children()) {
     if (node.type() == pugi::node_doctype) parsed.hasDoctype = true;
   }
+  if (parsed.result) parsed.badReference = firstBadReference(utf8);
   return parsed;
 }
 

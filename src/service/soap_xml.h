@@ -23,10 +23,13 @@ std::string textOf(pugi::xml_node element);
 
 // Parses a document already decoded to UTF-8 (see text/xml_charset.h). A document type
 // declaration is reported through hasDoctype and never processed: no entity other than XML's
-// own is ever expanded.
+// own is ever expanded. A character reference to what XML admits as no character (&#0;,
+// &#xD800;, &#x110000;), which the parser would turn into a cut or broken text, is reported
+// through badReference.
 struct ParsedXml {
   pugi::xml_parse_result result;
   bool hasDoctype = false;
+  std::string badReference;  // the first such reference as written, or empty
 };
 ParsedXml parseUtf8(pugi::xml_document& document, const std::string& utf8);
 

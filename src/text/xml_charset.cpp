@@ -97,6 +97,19 @@ const char* nameOf(Encoding encoding) {
   return "";
 }
 
+// The offset of the first byte from `from` on that does not start a well-formed UTF-8
+// sequence, or npos.
+std::size_t firstInvalidUtf8(const std::string& bytes, std::size_t from) {
+  for (std::size_t pos = from; pos < bytes.size();) {
+    const std::size_t at = pos;
+    // A replacement character may be in the text itself; only a malformed sequence is refused.
+    if (utf8::next(bytes, pos) == utf8::kReplacement && bytes.compare(at, 3, "\xEF\xBF\xBD") != 0) {
+      return at;
+    }
+  }
+  return std::string::npos;
+}
+
 std::string fromUtf8(const std::string& bytes) {
   const std::size_t start = startsWith(bytes, "\xEF\xBB\xBF", 3) ? 3 : 0;
   const std::size_t invalid = firstInvalidUtf8(bytes, start);
@@ -147,17 +160,6 @@ std::string fromSingleByte(const std::string& bytes, Encoding encoding) {
 }
 
 }  // namespace
-
-std::size_t firstInvalidUtf8(const std::string& bytes, std::size_t from) {
-  for (std::size_t pos = from; pos < bytes.size();) {
-    const std::size_t at = pos;
-    // A replacement character may be in the text itself; only a malformed sequence is refused.
-    if (utf8::next(bytes, pos) == utf8::kReplacement && bytes.compare(at, 3, "\xEF\xBF\xBD") != 0) {
-      return at;
-    }
-  }
-  return std::string::npos;
-}
 
 CharsetError::CharsetError(const std::string& encoding, std::size_t offset)
     : VornError(offset == kUnsupported ? "a codificação \"" + encoding + "\" não é suportada"

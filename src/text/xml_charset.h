@@ -40,8 +40,4 @@ std::string charsetOf(const std::string& contentType);
 // The document as UTF-8, read in the encoding in force (above). Throws CharsetError.
 std::string decodeDocument(const std::string& bytes, const std::string& contentType);
 
-// The offset of the first byte from `from` on that does not start a well-formed UTF-8
-// sequence (overlong forms, surrogates and values past U+10FFFF included), or npos.
-std::size_t firstInvalidUtf8(const std::string& bytes, std::size_t from = 0);
-
 }  // namespace vornleads::xml

@@ -297,6 +297,9 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
       {"bytes invalid in the declared encoding", action, xml, latin1, 500,
        "the request is not valid UTF-8: invalid bytes at offset " +
            std::to_string(latin1.find('\xE7'))},
+      {"a reference to no character", action, xml,
+       callBody(ns, "BuscaLeadsStatus", "<Parametros>&#x110000;</Parametros>"), 500,
+       "the request refers to &#x110000;, which is no XML character"},
       {"an encoding the service does not read", action, "text/xml; charset=koi8-r",
        callBody(ns, "BuscaLeadsStatus", parametros), 500,
        "the request's encoding \"koi8-r\" is not supported"},

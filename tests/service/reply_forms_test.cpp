@@ -125,8 +125,10 @@ std::vector<ReplyForm> replyForms() {
        kFailed +
            "o resultado da resposta SOAP remete a \"#1\", que não leva a um elemento da resposta"},
       {"a reference to a surrogate", 200, "text/xml", envelope(response("{\"a\":\"&#xD800;\"}")),
-       kFailed + "o resultado da resposta SOAP traz uma referência a um caractere que o XML não "
-                 "admite"},
+       kFailed + "a resposta traz a referência &#xD800;, que não é um caractere admitido pelo XML"},
+      {"a reference to NUL beside one in CDATA", 200, "text/xml",
+       envelope(response("<![CDATA[&#0;]]>{\"a\":\"x&#0;y\"}")),
+       kFailed + "a resposta traz a referência &#0;, que não é um caractere admitido pelo XML"},
       {"Latin-1 bytes under a UTF-8 charset", 200, "text/xml; charset=utf-8", latin1Body,
        invalidAt("UTF-8", latin1Body.find('\xE3'))},
       {"a byte windows-1252 leaves undefined", 200, "text/xml; charset=windows-1252", undefinedBody,
