@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "feedback_cli.h"
+#include "support/soap_test_server.h"
+#include "vornleads/text/codepage.h"
 
 namespace vornleads::test {
 namespace {
@@ -97,6 +99,47 @@ TEST_F(CliIntakeTest, FailedLeadRepeatsTheCycleAndExitsWithTheRestartMessage) {
             "intake: 1 dealers, 7 leads read, 1 contacts created, 0 linked, 0 revised, 0 closed, "
             "6 failed, 1 confirmed, 6 cycles\n");
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO"), 1);
+}
+
+// Text in the Latin range of Unicode, as windows-1252 bytes.
+std::string windows1252(const std::string& utf8) {
+  std::string bytes;
+  for (char16_t unit : utf8ToUtf16(utf8)) bytes += static_cast<char>(unit);
+  return bytes;
+}
+
+// A peer that answers the fetch in windows-1252, as a Windows server does, and confirms.
+TEST_F(CliIntakeTest, AWindows1252ReplyIsStoredAsTheTextItStandsFor) {
+  const std::string leads =
+      R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Leads":[)" +
+      lead(501, {{"Nome", "João da Conceição"}}).dump() + "]}";
+  const std::string confirmed = R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)"
+                                R"("Retorno":{"Mensagem":"ok","Retorno":"OK"}})";
+  std::string fetchReply;
+  test::SoapTestServer peer;
+  peer.answer(
+      [&fetchReply, &confirmed](const httplib::Request& request, httplib::Response& response) {
+        const bool fetch =
+            request.get_header_value("SOAPAction").find("#BuscaLeadsStatus") != std::string::npos;
+        response.set_content(fetch ? fetchReply : soapReply("AtualizaLeads", confirmed),
+                             fetch ? "text/xml; charset=windows-1252" : "text/xml; charset=utf-8");
+      });
+  const std::string declaration = "<?xml version=\"1.0\" encoding=\"windows-1252\"?>";
+
+  // A byte the code page leaves undefined stops the fetch before anything is written.
+  fetchReply = declaration + windows1252(soapReply("BuscaLeadsStatus", leads)) + "\x81";
+  const CliRun refused = vornleads("intake", {}, peer.url());
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("bytes inválidos para a codificação windows-1252"), std::string::npos)
+      << refused.err;
+  EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), 0);
+
+  fetchReply = declaration + windows1252(soapReply("BuscaLeadsStatus", leads));
+  const CliRun run = vornleads("intake", {}, peer.url());
+  EXPECT_EQ(run.status, 0) << run.err;
+  const SqlRowSet stored = db_->query("SELECT NOME FROM FAT_CLIENTE");
+  ASSERT_EQ(stored.rows.size(), 1u);
+  EXPECT_EQ(stored.value(0, "NOME").asString(), "JOÃO DA CONCEIÇÃO");  // names are kept in capitals
 }
 
 TEST_F(CliIntakeTest, NegativeRetryDelayIsAUsageError) {

@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "support/firebird_db.h"
 #include "support/paths.h"
@@ -27,17 +29,21 @@ class FeedbackCliTest : public ::testing::Test {
  protected:
   using Json = SandboxProcess::Json;
 
-  FeedbackCliTest() : db_(database_.connect()) {
+  // A sandbox serving HTTPS when `tls` is given.
+  explicit FeedbackCliTest(std::optional<SandboxTls> tls = std::nullopt)
+      : db_(database_.connect()), sandbox_({}, std::chrono::seconds(30), std::move(tls)) {
     std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home_ / "VornLeadsVW.dll");
   }
 
-  // bin/vornleads with the test's database, sandbox and host directory; arguments already
-  // quoted for the shell.
-  CliRun vornleads(const std::string& arguments, const std::filesystem::path& home = {}) {
+  // bin/vornleads with the test's database, sandbox (or `endpoint`) and host directory, and
+  // `environment_` ("NAME=value ...") before it; arguments already quoted for the shell.
+  CliRun vornleads(const std::string& arguments, const std::filesystem::path& home = {},
+                   const std::string& endpoint = "") {
     const std::string command =
-        (binDir() / "vornleads").string() + " --db " + database_.uri() + " --endpoint " +
-        sandbox_.url() + " --home " + (home.empty() ? home_.path() : home).string() + " " +
-        arguments + " >" + (scratch_ / "out").string() + " 2>" + (scratch_ / "err").string();
+        environment_ + " " + (binDir() / "vornleads").string() + " --db " + database_.uri() +
+        " --endpoint " + (endpoint.empty() ? sandbox_.url() : endpoint) + " --home " +
+        (home.empty() ? home_.path() : home).string() + " " + arguments + " >" +
+        (scratch_ / "out").string() + " 2>" + (scratch_ / "err").string();
     const int raw = std::system(command.c_str());
     CliRun run;
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -77,6 +83,7 @@ class FeedbackCliTest : public ::testing::Test {
     return text;
   }
 
+  std::string environment_;
   TestDatabase database_{true};
   std::unique_ptr<SqlConnection> db_;
   SandboxProcess sandbox_;
