@@ -7,16 +7,20 @@
 #include <functional>
 #include <string>
 
+#include "settings.h"
+
 namespace vornleads::cli {
 
 struct GlobalOptions {
-  std::string db;        // --db, else VORNLEADS_DB, else ./dms.fdb
-  std::string endpoint;  // --endpoint, else VORNLEADS_ENDPOINT (applied to the environment)
-  std::string home;      // --home, else VORNLEADS_HOME (applied to the environment)
+  std::string config;    // --config: the configuration file instead of the default one
+  std::string db;        // --db, else VORNLEADS_DB, the file's db, ./dms.fdb
+  std::string endpoint;  // --endpoint, else VORNLEADS_ENDPOINT, the file's (into the environment)
+  std::string home;      // --home, else VORNLEADS_HOME, the file's (into the environment)
 };
 
 struct CommandContext {
   GlobalOptions global;
+  Settings settings;  // every setting with its source, resolved before any command runs
   int exitCode = 0;  // a command's callback sets it when it ends other than with success
 };
 

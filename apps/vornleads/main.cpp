@@ -13,11 +13,6 @@ std::multimap<int, CommandSetup>& commands() {
   return registered;
 }
 
-std::string environment(const char* name, const std::string& fallback) {
-  const char* value = std::getenv(name);
-  return value && *value ? value : fallback;
-}
-
 }  // namespace
 
 RegisterCommand::RegisterCommand(int order, CommandSetup setup) {
@@ -31,17 +26,24 @@ int main(int argc, char** argv) {
   CommandContext context;
   CLI::App app{"VornLeadsVW: VW dealer leads integration for the DMS", "vornleads"};
   app.require_subcommand(1);
-  app.add_option("--db", context.global.db, "DMS database URI (default: VORNLEADS_DB or ./dms.fdb)");
+  app.add_option(
+      "--config", context.global.config,
+      std::string("configuration file (default: ") + Settings::kDefaultFile + " when present)");
+  app.add_option("--db", context.global.db,
+                 "DMS database URI (default: VORNLEADS_DB or ./dms.fdb)");
   app.add_option("--endpoint", context.global.endpoint,
                  "leads service URL (default: VORNLEADS_ENDPOINT or the built-in one)");
   app.add_option("--home", context.global.home,
                  "host directory: log files and VornLeadsVW.dll (default: VORNLEADS_HOME)");
   app.parse_complete_callback([&context] {
+    GlobalOptions& global = context.global;
+    context.settings.resolve(
+        {{"db", global.db}, {"endpoint", global.endpoint}, {"home", global.home}}, global.config);
     // The endpoint and the host directory reach the library edition through the environment,
     // as they would for any host process; set them before any command runs.
-    if (!context.global.endpoint.empty()) setenv("VORNLEADS_ENDPOINT", context.global.endpoint.c_str(), 1);
-    if (!context.global.home.empty()) setenv("VORNLEADS_HOME", context.global.home.c_str(), 1);
-    if (context.global.db.empty()) context.global.db = environment("VORNLEADS_DB", "./dms.fdb");
+    if (!global.endpoint.empty()) setenv("VORNLEADS_ENDPOINT", global.endpoint.c_str(), 1);
+    if (!global.home.empty()) setenv("VORNLEADS_HOME", global.home.c_str(), 1);
+    global.db = context.settings.value("db");
   });
   for (auto& [order, setup] : commands()) setup(app, context);
 
