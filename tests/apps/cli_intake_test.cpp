@@ -10,29 +10,9 @@
 namespace vornleads::test {
 namespace {
 
-using Json = SandboxProcess::Json;
-
-Json lead(int id, const Json& changes = Json::object()) {
-  const std::string number = std::to_string(id);
-  Json item = {{"IdLead", number},
-               {"DealerNumber", "1234"},
-               {"Nome", "Cliente " + number},
-               {"CpfCnpj", "4" + std::string(10 - number.size(), '0') + number},
-               {"Email", "c" + number + "@exemplo.com.br"},
-               {"Ddd", 11},
-               {"Telefone", 910000000 + id},
-               {"Modelo", "GOL"},
-               {"DataIntencao", "10/06/2025 10:00:00"},
-               {"Preco", "55000,00"},
-               {"Origem", "Site"},
-               {"Status", 0}};
-  for (const auto& [name, change] : changes.items()) item[name] = change;
-  return item;
-}
-
 class CliIntakeTest : public FeedbackCliTest {
  protected:
-  int64_t count(const std::string& sql) { return db_->query(sql).rows[0][0].asInteger(); }
+  static Json lead(int id, const Json& changes = Json::object()) { return leadItem(id, changes); }
 };
 
 TEST_F(CliIntakeTest, OneCycleEndsWithItsSummary) {
