@@ -34,10 +34,14 @@ class FeedbackCliTest : public ::testing::Test {
   // bin/vornleads with the test's database, sandbox and host directory; arguments already
   // quoted for the shell.
   CliRun vornleads(const std::string& arguments, const std::filesystem::path& home = {}) {
-    const std::string command =
-        (binDir() / "vornleads").string() + " --db " + database_.uri() + " --endpoint " +
-        sandbox_.url() + " --home " + (home.empty() ? home_.path() : home).string() + " " +
-        arguments + " >" + (scratch_ / "out").string() + " 2>" + (scratch_ / "err").string();
+    return vornleadsBare("--db " + database_.uri() + " --endpoint " + sandbox_.url() + " --home " +
+                         (home.empty() ? home_.path() : home).string() + " " + arguments);
+  }
+
+  // bin/vornleads with nothing but the arguments given.
+  CliRun vornleadsBare(const std::string& arguments) {
+    const std::string command = (binDir() / "vornleads").string() + " " + arguments + " >" +
+                                (scratch_ / "out").string() + " 2>" + (scratch_ / "err").string();
     const int raw = std::system(command.c_str());
     CliRun run;
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
