@@ -6,6 +6,7 @@
 #include <string>
 
 #include "feedback_cli.h"
+#include "support/child_process.h"
 
 namespace vornleads::test {
 namespace {
@@ -76,7 +77,24 @@ TEST_F(CliIntakeTest, FailedLeadRepeatsTheCycleAndExitsWithTheRestartMessage) {
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO"), 1);
 }
 
-TEST_F(CliIntakeTest, NegativeRetryDelayIsAUsageError) {
+// Progress shows on a terminal only; the summary stays on standard output either way.
+TEST_F(CliIntakeTest, ProgressOnATerminalOnly) {
+  sandbox_.addLeads(Json::array({lead(1101), lead(1102)}));
+  int status = -1;
+  const std::string terminal = runOnTerminal(
+      {(binDir() / "vornleads").string(), "--db", database_.uri(), "--endpoint", sandbox_.url(),
+       "--home", home_.path().string(), "intake"},
+      status);
+  EXPECT_EQ(status, 0) << terminal;
+  EXPECT_EQ(terminal,
+            "\r\033[Kintake: lead 1 of 2, 1101\r\033[Kintake: lead 2 of 2, 1102\r\033[K"
+            "intake: 1 dealers, 2 leads read, 2 contacts created, 0 linked, 0 revised, 0 closed, "
+            "0 failed, 2 confirmed, 1 cycle\r\n");
+
+  sandbox_.addLeads(Json::array({lead(1103)}));
+  const CliRun piped = vornleads("intake");
+  EXPECT_EQ(piped.err, "");
+  EXPECT_EQ(piped.out.substr(0, 41), "intake: 1 dealers, 1 leads read, 1 contac");
   EXPECT_EQ(vornleads("intake --retry-delay -5").status, 2);
 }
 

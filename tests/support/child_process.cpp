@@ -1,11 +1,13 @@
 #include "support/child_process.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
@@ -68,6 +70,28 @@ int ChildProcess::wait(std::chrono::milliseconds timeout) {
   pid_ = -1;
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+}
+
+std::string runOnTerminal(std::vector<std::string> args, int& status) {
+  std::vector<char*> argv;
+  for (auto& arg : args) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  int terminal = -1;
+  const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (pid < 0) throw std::runtime_error(std::string("forkpty: ") + std::strerror(errno));
+  if (pid == 0) {
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  std::string output;
+  char buffer[4096];
+  // The read fails (EIO) once the child has closed its side of the terminal.
+  for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) output.append(buffer, n);
+  close(terminal);
+  int raw = 0;
+  waitpid(pid, &raw, 0);
+  status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  return output;
 }
 
 }  // namespace vornleads::test

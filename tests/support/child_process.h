@@ -40,4 +40,9 @@ class ChildProcess {
   pid_t pid_ = -1;
 };
 
+// Runs args[0] to its end with a pseudo-terminal as its standard input, output and error, and
+// returns what it wrote there (the terminal turns "\n" into "\r\n"); `status` receives the exit
+// status. std::runtime_error when it cannot be started.
+std::string runOnTerminal(std::vector<std::string> args, int& status);
+
 }  // namespace vornleads::test
