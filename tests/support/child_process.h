@@ -1,5 +1,6 @@
 // ChildProcess: a program started by a test that keeps running beside it (vornleads serve),
-// its standard output and error written to files the test reads while it runs.
+// its standard error written to a file the test reads while it runs (standard output too, to
+// a file of its own).
 //
 // The destructor kills (SIGKILL) and reaps a child still running. Not copyable.
 #pragma once
@@ -24,7 +25,6 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  std::string out() const { return readFile(dir_ / "out"); }
   std::string err() const { return readFile(dir_ / "err"); }
 
   // Polls `done` every 50 ms until it holds (true) or the time-out passes (false).
