@@ -14,7 +14,6 @@
 #include "command.h"
 #include "serve_runs.h"
 #include "serve_schedule.h"
-#include "terminal_progress.h"
 #include "vornleads/data/engine_signals.h"
 #include "vornleads/service/leads_library.h"
 
@@ -65,10 +64,9 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     reportLine("serve: intake every " + secondsText(options->intakeEvery) +
                " s, resend every " + secondsText(options->resendEvery) + " s, database " +
                settings.db + ", library " + library.file().string());
-    const TerminalProgress control("serve", settings.stop.get());
     runSchedule({{interval(options->intakeEvery), [&settings] { runIntake(settings); }},
                  {interval(options->resendEvery), [&settings] { runResend(settings); }}},
-                *settings.stop, control);
+                *settings.stop, *settings.stop);
     reportLine("serve: stopped by " + settings.stop->signalName());
   });
 });

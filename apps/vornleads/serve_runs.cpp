@@ -26,7 +26,7 @@ std::string secondsSince(SteadyClock::time_point start) {
 }
 
 std::string stopNote(const StopSignal& stop) {
-  return stop.requested() ? ", stopped by " + stop.signalName() : "";
+  return stop.stopRequested() ? ", stopped by " + stop.signalName() : "";
 }
 
 // The intake's pause, marking when it ended: a repeated cycle is timed from there.
@@ -57,7 +57,9 @@ std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db) {
 
 }  // namespace
 
-void reportLine(const std::string& text) {
+void reportLine(const std::string& message) {
+  std::string text = message;
+  while (!text.empty() && (text.back() == '\r' || text.back() == '\n')) text.pop_back();
   std::string line = FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " ";
   for (size_t i = 0; i < text.size(); ++i) {
     if (text[i] != '\r' && text[i] != '\n') {

@@ -59,7 +59,7 @@ StopSignal::~StopSignal() {
   wakeRead = wakeWrite = -1;
 }
 
-bool StopSignal::requested() const { return stopSignal != 0; }
+bool StopSignal::stopRequested() const { return stopSignal != 0; }
 
 std::string StopSignal::signalName() const {
   switch (stopSignal) {
@@ -78,7 +78,7 @@ void StopSignal::sleep(int milliseconds) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
   // The wake-up byte stays in the pipe, so every later sleep returns at once as well.
-  while (!requested()) {
+  while (!stopRequested()) {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
     if (left <= 0) return;

@@ -1,5 +1,5 @@
-// StopSignal: SIGINT and SIGTERM turned into a stop request that long work polls, and a pause
-// that such a request cuts short.
+// StopSignal: SIGINT and SIGTERM turned into a stop request that long work polls (as its
+// RunControl, which reports no progress), and a pause that such a request cuts short.
 //
 // While the object lives, the two signals no longer end the process: they set the request
 // (a second signal changes nothing) and wake any sleep() in progress within milliseconds.
@@ -11,17 +11,19 @@
 #include <string>
 
 #include "vornleads/clock.h"
+#include "vornleads/run_control.h"
 
 namespace vornleads::cli {
 
-class StopSignal : public Pause {
+class StopSignal : public Pause, public RunControl {
  public:
   StopSignal();
   ~StopSignal() override;
   StopSignal(const StopSignal&) = delete;
   StopSignal& operator=(const StopSignal&) = delete;
 
-  bool requested() const;
+  bool stopRequested() const override;
+  void progress(int, int, const std::string&) override {}
   // The name of the signal that asked for the stop ("SIGTERM"), empty before one came.
   std::string signalName() const;
 

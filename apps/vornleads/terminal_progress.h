@@ -16,7 +16,7 @@ class TerminalProgress : public RunControl {
   // label: "intake: lead", "resend: update"; stop may be null (never stops).
   TerminalProgress(std::string label, const StopSignal* stop);
 
-  bool stopRequested() const override { return stop_ && stop_->requested(); }
+  bool stopRequested() const override { return stop_ && stop_->stopRequested(); }
   void progress(int n, int total, const std::string& id) override;
   // Wipes the progress line, if one is shown.
   void clear();
