@@ -21,12 +21,10 @@ std::string integratedBranchesSql();
 // DTA_ATUALIZACAO, SEQUENCIA), in the database's order.
 std::string unsentUpdatesSql(int32_t empresa, int32_t revenda);
 
+// A journal row: CAC_ATUALIZACOES_LEADVW's key.
 struct JournalKey {
   int64_t idLead = 0;
   int32_t sequencia = 0;
-  bool operator==(const JournalKey& other) const {
-    return idLead == other.idLead && sequencia == other.sequencia;
-  }
 };
 
 // The keys of every row the next pass would read, in its order. Read-only.
