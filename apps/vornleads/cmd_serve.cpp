@@ -26,6 +26,9 @@ struct ServeOptions {
   int retryDelay = 30000;
 };
 
+// From a millisecond to a year.
+const CLI::Range kIntervalRange(0.001, 31536000.0);
+
 std::chrono::milliseconds interval(double seconds) {
   return std::chrono::milliseconds(std::llround(seconds * 1000));
 }
@@ -43,11 +46,11 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
   command
       ->add_option("--intake-every", options->intakeEvery,
                    "seconds between intake cycles (default 300; fractions allowed)")
-      ->check(CLI::PositiveNumber);
+      ->check(kIntervalRange);
   command
       ->add_option("--resend-every", options->resendEvery,
                    "seconds between resend passes (default 900; fractions allowed)")
-      ->check(CLI::PositiveNumber);
+      ->check(kIntervalRange);
   command
       ->add_option("--retry-delay", options->retryDelay,
                    "pause before a repeated intake cycle, in milliseconds (default 30000)")
@@ -61,9 +64,10 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     settings.stop = std::make_shared<StopSignal>();
     settings.retryDelay = options->retryDelay;
 
+    // The database URI stays out of the report: a server's may hold its password.
     reportLine("serve: intake every " + secondsText(options->intakeEvery) +
-               " s, resend every " + secondsText(options->resendEvery) + " s, database " +
-               settings.db + ", library " + library.file().string());
+               " s, resend every " + secondsText(options->resendEvery) + " s, library " +
+               library.file().string());
     runSchedule({{interval(options->intakeEvery), [&settings] { runIntake(settings); }},
                  {interval(options->resendEvery), [&settings] { runResend(settings); }}},
                 *settings.stop, *settings.stop);

@@ -1,6 +1,7 @@
 #include "serve_schedule.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace vornleads::cli {
 
@@ -19,7 +20,8 @@ void runSchedule(const std::vector<ScheduledJob>& jobs, Pause& pause, const RunC
     if (ran || control.stopRequested()) continue;
     const Clock::time_point next = *std::min_element(due.begin(), due.end());
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
-    if (wait.count() > 0) pause.sleep(static_cast<int>(wait.count()));
+    // At most a minute at a time, so that a long interval never overflows the pause's int.
+    if (wait.count() > 0) pause.sleep(static_cast<int>(std::min<int64_t>(wait.count(), 60000)));
   }
 }
 
