@@ -145,6 +145,10 @@ TEST_F(CliViewsTest, UsageErrorsFailedOperationsAndHelp) {
   const CliRun missing = vornleadsBare("--db /nonexistent/dms.fdb updates");
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err.rfind("vornleads: ", 0), 0u) << missing.err;
+  // The one failure that ends the service at start: no library edition in the host directory.
+  const CliRun noLibrary = vornleadsBare("--home " + scratch_.path().string() + " serve");
+  EXPECT_EQ(noLibrary.status, 1);
+  EXPECT_NE(noLibrary.err.find("VornLeadsVW.dll"), std::string::npos) << noLibrary.err;
 
   for (const char* command :
        {"init-db", "intake", "update", "resend", "call", "serve", "leads", "updates", "log"}) {
