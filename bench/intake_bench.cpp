@@ -92,6 +92,7 @@ class RecordingForwarder : public vornleads::SqlConnection {
   std::vector<std::string> primaryKey(const std::string& table) override {
     return target_.primaryKey(table);
   }
+  vornleads::SqlConnection& autonomous() override { return target_.autonomous(); }
 
   const std::vector<Step>& steps() const { return steps_; }
   double seconds() const { return seconds_; }

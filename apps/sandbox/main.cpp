@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -29,6 +30,8 @@ struct Options {
   std::string bind = "127.0.0.1";
   int port = 8080;
   std::string leadsFile;
+  std::string tlsCert;  // with tlsKey: serve HTTPS only
+  std::string tlsKey;
 };
 
 void loadLeads(vornleads::sandbox::LeadStore& store, const std::string& path) {
@@ -80,12 +83,25 @@ void configureServer(httplib::Server& server) {
   server.set_keep_alive_timeout(2);
 }
 
+// The plain HTTP server, or with a certificate and its key the HTTPS one.
+std::unique_ptr<httplib::Server> makeServer(const Options& options) {
+  if (options.tlsCert.empty()) return std::make_unique<httplib::Server>();
+  auto server =
+      std::make_unique<httplib::SSLServer>(options.tlsCert.c_str(), options.tlsKey.c_str());
+  if (!server->is_valid()) {
+    throw std::runtime_error("cannot serve TLS with certificate " + options.tlsCert + " and key " +
+                             options.tlsKey);
+  }
+  return server;
+}
+
 int serve(const Options& options) {
   vornleads::sandbox::SandboxState state{
       vornleads::sandbox::LeadStore(vornleads::sandbox::localNow), {}};
   if (!options.leadsFile.empty()) loadLeads(state.store, options.leadsFile);
 
-  httplib::Server server;
+  const std::unique_ptr<httplib::Server> owned = makeServer(options);
+  httplib::Server& server = *owned;
   vornleads::sandbox::installServiceRoute(server, state);
   vornleads::sandbox::installTestRoutes(server, state);
   configureServer(server);
@@ -122,8 +138,9 @@ int serve(const Options& options) {
   };
   waitUntilServing();
   if (server.is_running()) {
-    std::cout << "listening on http://" << urlHost(options.bind) << ":" << port
-              << vornleads::sandbox::kEndpointPath << std::endl;
+    std::cout << "listening on " << (options.tlsCert.empty() ? "http" : "https") << "://"
+              << urlHost(options.bind) << ":" << port << vornleads::sandbox::kEndpointPath
+              << std::endl;
   }
 
   int received = 0;
@@ -155,6 +172,13 @@ int main(int argc, char** argv) {
   app.add_option("--leads", options.leadsFile,
                  "JSON file with the initial leads: an array of lead items or {\"Leads\": [...]}")
       ->check(CLI::ExistingFile);
+  auto* cert = app.add_option("--tls-cert", options.tlsCert,
+                              "PEM certificate (chain) of the server: serve HTTPS only")
+                   ->check(CLI::ExistingFile);
+  auto* key = app.add_option("--tls-key", options.tlsKey, "PEM private key of --tls-cert")
+                  ->check(CLI::ExistingFile);
+  cert->needs(key);
+  key->needs(cert);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {

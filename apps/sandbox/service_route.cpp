@@ -72,7 +72,8 @@ bool serveFault(const Fault& fault, const std::string& operation, httplib::Respo
 void serveCall(SandboxState& state, const httplib::Request& request, httplib::Response& response) {
   SoapCall call;
   try {
-    call = readSoapCall(request.body, request.get_header_value("SOAPAction"));
+    call = readSoapCall(request.body, request.get_header_value("Content-Type"),
+                        request.get_header_value("SOAPAction"));
   } catch (const NotSoapError& error) {
     logLine(std::string("refused request: ") + error.what());
     sendFault(response, error.what());

@@ -1,52 +1,13 @@
 #include "soap_envelope.h"
 
-#include <cstring>
 #include <pugixml.hpp>
 #include <sstream>
 
+#include "service/soap_xml.h"
+#include "text/xml_charset.h"
+
 namespace vornleads::sandbox {
 namespace {
-
-const char* localName(const pugi::xml_node& node) {
-  const char* name = node.name();
-  const char* colon = std::strrchr(name, ':');
-  return colon ? colon + 1 : name;
-}
-
-pugi::xml_node childNamed(const pugi::xml_node& parent, const char* local) {
-  for (auto child = parent.first_child(); child; child = child.next_sibling()) {
-    if (child.type() == pugi::node_element && std::strcmp(localName(child), local) == 0) {
-      return child;
-    }
-  }
-  return {};
-}
-
-pugi::xml_node firstElement(const pugi::xml_node& parent) {
-  for (auto child = parent.first_child(); child; child = child.next_sibling()) {
-    if (child.type() == pugi::node_element) return child;
-  }
-  return {};
-}
-
-// The text may come in several pieces (character data beside CDATA sections).
-std::string textOf(const pugi::xml_node& element) {
-  std::string text;
-  for (auto child = element.first_child(); child; child = child.next_sibling()) {
-    if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-      text += child.value();
-    }
-  }
-  return text;
-}
-
-std::string operationOfAction(std::string action) {
-  if (action.size() >= 2 && action.front() == '"' && action.back() == '"') {
-    action = action.substr(1, action.size() - 2);
-  }
-  const auto hash = action.rfind('#');
-  return hash == std::string::npos ? std::string() : action.substr(hash + 1);
-}
 
 // An envelope with the namespaces of the service's replies and an empty body.
 pugi::xml_node startEnvelope(pugi::xml_document& document) {
@@ -54,10 +15,10 @@ pugi::xml_node startEnvelope(pugi::xml_document& document) {
   declaration.append_attribute("version") = "1.0";
   declaration.append_attribute("encoding") = "utf-8";
   auto envelope = document.append_child("SOAP-ENV:Envelope");
-  envelope.append_attribute("xmlns:SOAP-ENV") = "http://schemas.xmlsoap.org/soap/envelope/";
+  envelope.append_attribute("xmlns:SOAP-ENV") = soap::kEnvelopeNamespace;
   envelope.append_attribute("xmlns:xsd") = "http://www.w3.org/2001/XMLSchema";
   envelope.append_attribute("xmlns:xsi") = "http://www.w3.org/2001/XMLSchema-instance";
-  envelope.append_attribute("xmlns:SOAP-ENC") = "http://schemas.xmlsoap.org/soap/encoding/";
+  envelope.append_attribute("xmlns:SOAP-ENC") = soap::kEncodingNamespace;
   return envelope.append_child("SOAP-ENV:Body");
 }
 
@@ -67,32 +28,75 @@ std::string written(const pugi::xml_document& document) {
   return out.str();
 }
 
+std::string unquoted(std::string action) {
+  if (action.size() >= 2 && action.front() == '"' && action.back() == '"') {
+    action = action.substr(1, action.size() - 2);
+  }
+  return action;
+}
+
+// The document as UTF-8 in the encoding the request declares.
+std::string decodedRequest(const std::string& body, const std::string& contentType) {
+  try {
+    return xml::decodeDocument(body, contentType);
+  } catch (const xml::CharsetError& error) {
+    if (error.offset() == xml::CharsetError::kUnsupported) {
+      throw NotSoapError("the request's encoding \"" + error.encoding() + "\" is not supported");
+    }
+    throw NotSoapError("the request is not valid " + error.encoding() +
+                       ": invalid bytes at offset " + std::to_string(error.offset()));
+  }
+}
+
 }  // namespace
 
-SoapCall readSoapCall(const std::string& body, const std::string& soapAction) {
+SoapCall readSoapCall(const std::string& body, const std::string& contentType,
+                      const std::string& soapAction) {
   pugi::xml_document document;
-  const auto parsed =
-      document.load_buffer(body.data(), body.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (!parsed) {
-    throw NotSoapError(std::string("the request is not XML: ") + parsed.description() +
-                       " at offset " + std::to_string(parsed.offset));
+  const auto parsed = soap::parseUtf8(document, decodedRequest(body, contentType));
+  if (!parsed.result) {
+    throw NotSoapError(std::string("the request is not XML: ") + parsed.result.description() +
+                       " at offset " + std::to_string(parsed.result.offset));
   }
-  const auto envelope = firstElement(document);
-  if (std::strcmp(localName(envelope), "Envelope") != 0) {
-    throw NotSoapError("the request is not a SOAP envelope (root element <" +
-                       std::string(envelope.name()) + ">)");
+  if (parsed.hasDoctype) throw NotSoapError("the request carries a DOCTYPE, which is refused");
+  if (!parsed.badReference.empty()) {
+    throw NotSoapError("the request refers to " + parsed.badReference +
+                       ", which is no XML character");
   }
-  const auto soapBody = childNamed(envelope, "Body");
+  const auto envelope = document.document_element();
+  if (soap::localName(envelope) != "Envelope" ||
+      soap::namespaceOf(envelope) != soap::kEnvelopeNamespace) {
+    throw NotSoapError("the request is not a SOAP 1.1 envelope (root element <" +
+                       std::string(envelope.name()) + "> in namespace \"" +
+                       soap::namespaceOf(envelope) + "\")");
+  }
+  const auto soapBody = soap::childNamed(envelope, "Body");
   if (!soapBody) throw NotSoapError("the SOAP envelope has no Body");
+  const auto operation = soap::bodyEntry(soapBody);
+  if (!operation) throw NotSoapError("the SOAP request names no operation");
 
   SoapCall call;
-  const auto operation = firstElement(soapBody);
-  call.operation = operation ? localName(operation) : operationOfAction(soapAction);
-  if (call.operation.empty()) throw NotSoapError("the SOAP request names no operation");
-  if (operation) {
-    auto parametros = childNamed(operation, "Parametros");
-    if (!parametros) parametros = firstElement(operation);
-    if (parametros) call.parametros = textOf(parametros);
+  call.operation = soap::localName(operation);
+  const std::string nameSpace = soap::namespaceOf(operation);
+  if (nameSpace != kServiceNamespace) {
+    throw NotSoapError("operation \"" + call.operation + "\" is in namespace \"" + nameSpace +
+                       "\", not " + kServiceNamespace);
+  }
+  const std::string action = unquoted(soapAction);
+  if (!action.empty() && action != std::string(kServiceNamespace) + "#" + call.operation) {
+    throw NotSoapError("SOAPAction \"" + action + "\" does not name the operation of the body, " +
+                       kServiceNamespace + "#" + call.operation);
+  }
+  auto parametros = soap::childNamed(operation, "Parametros");
+  if (!parametros) parametros = soap::firstElement(operation);
+  if (parametros) {
+    const auto value = soap::dereference(parametros, soapBody);
+    if (!value) {
+      throw NotSoapError("Parametros refers to \"" +
+                         std::string(parametros.attribute("href").value()) +
+                         "\", which is not in the request");
+    }
+    call.parametros = soap::textOf(value);
   }
   return call;
 }
@@ -100,7 +104,7 @@ SoapCall readSoapCall(const std::string& body, const std::string& soapAction) {
 std::string writeSoapReply(const std::string& operation, const std::string& text) {
   pugi::xml_document document;
   auto body = startEnvelope(document);
-  body.append_attribute("SOAP-ENV:encodingStyle") = "http://schemas.xmlsoap.org/soap/encoding/";
+  body.append_attribute("SOAP-ENV:encodingStyle") = soap::kEncodingNamespace;
   auto response = body.append_child(("NS1:" + operation + "Response").c_str());
   response.append_attribute("xmlns:NS1") = kServiceNamespace;
   auto result = response.append_child("return");

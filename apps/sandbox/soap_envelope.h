@@ -1,6 +1,9 @@
 // The SOAP 1.1 RPC/encoded envelopes of the leads service: reading a call and writing its
-// reply or a fault. Element prefixes are ignored when reading; nothing outside the document
-// is ever loaded (no external entities, DOCTYPE skipped).
+// reply or a fault. A call is read as strictly as the hosted service reads it: in the
+// encoding its Content-Type or XML declaration gives (as the client reads replies), a
+// SOAP 1.1 envelope, an operation element in the service's namespace, a SOAPAction that
+// names that operation, a multi-reference Parametros followed. Element prefixes are the
+// writer's choice; nothing outside the document is ever loaded (a DOCTYPE is refused).
 #pragma once
 
 #include <stdexcept>
@@ -11,20 +14,24 @@ namespace vornleads::sandbox {
 inline constexpr const char* kServiceNamespace = "urn:VornLeadsVWIntf-IVornLeadsVW";
 
 struct SoapCall {
-  std::string operation;   // local name of the body's element, else taken from the SOAPAction
+  std::string operation;   // local name of the body's call element
   std::string parametros;  // text of the "Parametros" element (empty when it is missing)
 };
 
-// Thrown for a request that is not a SOAP envelope; what() says why.
+// Thrown for a request that is not a call of the service; what() says why.
 class NotSoapError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Reads a call from the request body and its SOAPAction header ("urn:...#Operation", quoted
-// or not). Throws NotSoapError when the body is not XML, has no Envelope/Body, or names no
-// operation either way.
-SoapCall readSoapCall(const std::string& body, const std::string& soapAction);
+// Reads a call from the request body, its Content-Type and its SOAPAction header
+// ("urn:VornLeadsVWIntf-IVornLeadsVW#Operation", quoted or not; an empty or missing one
+// leaves the operation to the body). Throws NotSoapError when the body cannot be decoded, is
+// not XML, is not a SOAP 1.1 envelope, names no operation or one outside the service's
+// namespace, when the SOAPAction names another operation, or when Parametros refers to an
+// element that is not there.
+SoapCall readSoapCall(const std::string& body, const std::string& contentType,
+                      const std::string& soapAction);
 
 // The reply envelope: <NS1:{operation}Response> holding <return xsi:type="xsd:string"> with
 // the text escaped as XML requires.

@@ -3,9 +3,10 @@
 //
 // Standard output: the reply JSON (VW's, or the local answer when the update is not part of
 // the integration); nothing when the update was journalled but not sent, whose reason then
-// goes to standard error. Exit status: 0, or 1 when the reply's Status.Codigo is above 0 (VW
-// refused it, or the library edition could not reach VW; the text also goes to standard
-// error) or when the update raised an error.
+// goes to standard error. Exit status: 0, or 1 when VW did not accept the update: the reply's
+// Status.Codigo is above 0 (VW refused it, or the library edition could not reach VW), or it
+// was journalled and not sent (for resend to retry); the reason goes to standard error. 1
+// also when the update raised an error.
 // Rejections are reported to the branch's users on standard error, this host's message box.
 #include <iostream>
 #include <memory>
@@ -68,6 +69,7 @@ const RegisterCommand registration(30, [](CLI::App& app, CommandContext& context
     if (!resposta) {
       std::cerr << "vornleads: update journalled, not sent: "
                 << semQuebraFinal(worker.mensagemErro()) << "\n";
+      context.exitCode = 1;
       return;
     }
     std::cout << resposta->AsJSON() << "\n";

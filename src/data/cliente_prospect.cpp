@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "data/customer_code.h"
 #include "vornleads/data/geral.h"
 #include "vornleads/data/insert_builder.h"
-#include "vornleads/data/numeracao.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
@@ -43,8 +43,7 @@ int32_t GravaClienteProspect(SqlConnection& connection, TDateTime data, int32_t 
                              const std::string& cep, const std::string& email, int32_t categoria) {
   Dados::MensagemErroException.clear();
   try {
-    const int32_t cliente =
-        BuscaProximoNumero(connection, empresa, revenda, "FAT_CLIENTE", "CLIENTE", 1, false);
+    const int32_t cliente = nextCustomerCode(connection);
 
     TInsert insert("FAT_CLIENTE", BuscaBanco(connection));
     insert.AddCampo("CLIENTE", cliente);

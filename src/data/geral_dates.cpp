@@ -73,14 +73,15 @@ std::string DataHoraStrPSql(const std::string& value, const std::string& dialect
   return DataHoraPSql(StrToDateTime(value), dialect);
 }
 
+// The parts of the day the value lies in: cut, never rounded into the next day.
 int32_t Ano(TDateTime value) {
-  const int year = DecodeDateTime(value).year;
+  const int year = DecodeDateTimeTruncated(value).year;
   if (year >= 100) return year;
   return year < 50 ? year + 2000 : year + 1900;
 }
 
-int32_t Mes(TDateTime value) { return DecodeDateTime(value).month; }
+int32_t Mes(TDateTime value) { return DecodeDateTimeTruncated(value).month; }
 
-int32_t Dia(TDateTime value) { return DecodeDateTime(value).day; }
+int32_t Dia(TDateTime value) { return DecodeDateTimeTruncated(value).day; }
 
 }  // namespace vornleads

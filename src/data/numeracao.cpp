@@ -20,6 +20,17 @@ int64_t campoInteiro(const SqlRowSet& rows, const std::string& column) {
   return rows.empty() ? 0 : rows.rows.front().at(index).asInteger();
 }
 
+bool conflitoConcorrente(const DatabaseError& error) {
+  std::string message = error.databaseMessage();
+  std::transform(message.begin(), message.end(), message.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  for (const char* sinal : {"update conflicts with concurrent update", "lock conflict", "deadlock",
+                            "violation of primary or unique key"}) {
+    if (message.find(sinal) != std::string::npos) return true;
+  }
+  return false;
+}
+
 std::string condicaoContador(int32_t empresa, int32_t revenda, const std::string& numerador,
                              const std::string& tabela) {
   return " where EMPRESA   = " + std::to_string(empresa) +
@@ -32,6 +43,7 @@ std::string condicaoContador(int32_t empresa, int32_t revenda, const std::string
 namespace {
 
 using numeracao::campoInteiro;
+using numeracao::conflitoConcorrente;
 
 constexpr int kTentativas = 100;
 
@@ -42,19 +54,6 @@ std::string citado(const std::string& text) {
     if (c == '\'') quoted += '\'';
   }
   return quoted + "'";
-}
-
-// Firebird's answers when another connection drew the same counter at the same moment. The
-// drawer that waited must start again from a fresh snapshot.
-bool conflitoConcorrente(const DatabaseError& error) {
-  std::string message = error.databaseMessage();
-  std::transform(message.begin(), message.end(), message.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  for (const char* sinal : {"update conflicts with concurrent update", "lock conflict", "deadlock",
-                            "violation of primary or unique key"}) {
-    if (message.find(sinal) != std::string::npos) return true;
-  }
-  return false;
 }
 
 int32_t contadorOrdemServico(SqlConnection& connection, UpdateRoute& route, int32_t empresa,
@@ -131,16 +130,24 @@ int32_t BuscaProximoNumero(SqlConnection& connection, int32_t empresa, int32_t r
     return numeracao::numeroSequencia(connection, route, dialeto, empresa, revenda, tabela,
                                       numerador, quantidade);
   }
+  if (!transacao || route.remote()) {
+    // transacao false: the caller's transaction holds the draw. Remote: the application
+    // server begins and commits; a conflict there is its own to resolve.
+    return contadorTabela(connection, route, empresa, revenda, tabela, numerador, quantidade,
+                          transacao);
+  }
 
-  // Inside the caller's transaction the update joins it; the caller commits.
-  const bool proprio = transacao && (route.remote() || !connection.inTransaction());
-  const bool repete = proprio && !route.remote();
+  // The draw runs on the connection's second attachment, begun and committed here, whatever
+  // the caller has open: the counter row is locked only for the instant of the draw, and a
+  // caller that rolls back leaves a gap, never a number handed out twice.
+  SqlConnection& propria = connection.autonomous();
+  UpdateRoute rotaPropria(propria);
   for (int tentativa = 1;; ++tentativa) {
     try {
-      return contadorTabela(connection, route, empresa, revenda, tabela, numerador, quantidade,
-                            proprio);
+      return contadorTabela(propria, rotaPropria, empresa, revenda, tabela, numerador, quantidade,
+                            true);
     } catch (const DatabaseError& error) {
-      if (!repete || tentativa >= kTentativas || !conflitoConcorrente(error)) throw;
+      if (tentativa >= kTentativas || !conflitoConcorrente(error)) throw;
     }
     // A short, growing pause lets the other drawer commit before the next snapshot.
     std::this_thread::sleep_for(std::chrono::milliseconds(std::min(tentativa, 20)));

@@ -6,12 +6,17 @@
 
 #include "data/host_settings_route.h"
 #include "vornleads/data/sql_connection.h"
+#include "vornleads/error.h"
 
 namespace vornleads::numeracao {
 
 // The named column of the first row, as a dataset reads it: a missing column raises
 // "Field 'NAME' not found" even when there is no row; no row (or null) reads as 0.
 int64_t campoInteiro(const SqlRowSet& rows, const std::string& column);
+
+// Firebird's answers when another connection drew the same counter at the same moment: the
+// drawer that waited must start again from a fresh snapshot.
+bool conflitoConcorrente(const DatabaseError& error);
 
 // " where EMPRESA   = 1 and   REVENDA   = 2 and   NUMERADOR = 'X' and   TABELA    = 'T'"
 std::string condicaoContador(int32_t empresa, int32_t revenda, const std::string& numerador,

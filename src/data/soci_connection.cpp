@@ -59,7 +59,7 @@ soci::statement SociConnection::prepared(const std::string& sql, soci::row* row)
 }
 
 SociConnection::SociConnection(const ConnectionTarget& target)
-    : driverName_(target.driverName), password_(target.password) {
+    : target_(target), driverName_(target.driverName), password_(target.password) {
   const soci::backend_factory& factory = factoryFor(target);
   try {
     session_ = std::make_unique<soci::session>(factory, target.connectString);
@@ -76,6 +76,7 @@ SociConnection::SociConnection(const ConnectionTarget& target)
 }
 
 SociConnection::~SociConnection() {
+  autonomous_.reset();
   if (!inTransaction_ || !session_) return;
   // SOCI's Firebird backend commits an open transaction when the session closes; a
   // connection given up in the middle of a transaction must write nothing instead.
@@ -206,6 +207,11 @@ std::vector<std::string> SociConnection::primaryKey(const std::string& table) {
   }
   primaryKeys_.emplace(name, columns);
   return columns;
+}
+
+SqlConnection& SociConnection::autonomous() {
+  if (!autonomous_) autonomous_ = std::make_unique<SociConnection>(target_);
+  return *autonomous_;
 }
 
 }  // namespace vornleads

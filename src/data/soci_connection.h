@@ -46,6 +46,7 @@ class SociConnection final : public SqlConnection {
   void rollback() override;
   bool inTransaction() const override { return inTransaction_; }
   std::vector<std::string> primaryKey(const std::string& table) override;
+  SqlConnection& autonomous() override;
 
  private:
   // Runs work for statement sql, translating every SOCI/backend error into DatabaseError and
@@ -55,9 +56,11 @@ class SociConnection final : public SqlConnection {
   void endImplicitTransaction(bool succeeded);
   soci::statement prepared(const std::string& sql, soci::row* row);
 
+  ConnectionTarget target_;  // to open the second attachment
   std::string driverName_;
   std::string password_;  // only to scrub it from messages
   std::unique_ptr<soci::session> session_;
+  std::unique_ptr<SociConnection> autonomous_;
   bool inTransaction_ = false;
   std::map<std::string, std::vector<std::string>> primaryKeys_;
 };

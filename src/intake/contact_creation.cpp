@@ -112,9 +112,10 @@ int32_t TLeadsVWMetodosClass::BuscaProximoNumeroTran(int32_t empresa, int32_t re
                                                      const std::string& tabela) {
   int32_t numero = 0;
   try {
-    // transacao false: the draw belongs to the lead's transaction and goes back with it.
+    // Drawn and committed on its own: the counter row is not held while the lead is written,
+    // so concurrent intakes (or the DMS) never wait on it; a lead rolled back leaves a gap.
     numero = BuscaProximoNumero(conexao_.retornaSQLConnection(), empresa, revenda, tabela, coluna,
-                                quantidade, false);
+                                quantidade, true);
   } catch (const std::exception& erro) {
     throw VornError("Erro ao buscar o próximo numero da tabela " + tabela + "\r\n" + erro.what());
   }

@@ -16,14 +16,6 @@ TdmVornLeadsVW* dmVornLeadsVW = nullptr;
 
 namespace {
 
-// The text a JSON value stands for: a string's own text, a number or boolean as written,
-// nothing for null, objects and arrays.
-std::string textValue(const nlohmann::ordered_json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  if (value.is_number() || value.is_boolean()) return value.dump();
-  return "";
-}
-
 // VORNLEADS_RECEIVE_TIMEOUT_MS, when it holds a positive number of milliseconds, stands in for
 // the built-in receive time-out. It is how an operator or a test shortens the wait of the
 // library edition, whose facades the host never sees.
@@ -82,15 +74,20 @@ AnsiString TdmVornLeadsVW::AlteraEnderecoServico(const AnsiString& JSON) {
     // error.byte counts from 1: the character at which the text stopped being JSON.
     throw VornError("AlteraEnderecoServico: o texto recebido não é JSON válido (posição " +
                     std::to_string(error.byte) + ")");
+  } catch (const nlohmann::json::out_of_range&) {
+    throw VornError("AlteraEnderecoServico: o texto recebido traz um número fora do intervalo");
   }
   if (!parametros.is_object()) {
     throw VornError("AlteraEnderecoServico: o JSON recebido não é um objeto");
   }
+  // An address is text: a member that is missing, null, a number or an object changes nothing.
   const auto novoEndereco = parametros.find("NovoEndereco");
-  if (novoEndereco == parametros.end()) return DLLMsgJSON("Parâmetros JSON inválidos!", 297);
+  if (novoEndereco == parametros.end() || !novoEndereco->is_string()) {
+    return DLLMsgJSON("Parâmetros JSON inválidos!", 297);
+  }
 
   // The endpoint changes before it is recorded, so it holds even when the file is not written.
-  sPvEndereco = textValue(*novoEndereco);
+  sPvEndereco = novoEndereco->get<std::string>();
   if (GravaINI("Proxy", sPvEndereco)) return DLLMsgJSON("Ok", 0);
   return DLLMsgJSON("Erro ao registrar solicitação!", 202);
 }

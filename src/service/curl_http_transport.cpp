@@ -1,8 +1,10 @@
 #include <curl/curl.h>
 
+#include <cstdlib>
 #include <memory>
 #include <new>
 
+#include "service/curl_idle_limit.h"
 #include "vornleads/service/http_transport.h"
 
 namespace vornleads {
@@ -31,9 +33,30 @@ size_t appendBody(char* data, size_t size, size_t count, void* target) {
   }
 }
 
+// VORNLEADS_CA_FILE, when set, names the PEM file of the authorities to trust instead of the
+// system's.
+const char* authorityFile() {
+  const char* file = std::getenv("VORNLEADS_CA_FILE");
+  return file != nullptr && *file != '\0' ? file : nullptr;
+}
+
+std::string detailOf(CURLcode code, const char* detail) {
+  return detail && *detail ? detail : curl_easy_strerror(code);
+}
+
 TransportError failure(CURLcode code, const char* detail, int receiveTimeoutMs) {
   using Kind = TransportError::Kind;
   switch (code) {
+    case CURLE_PEER_FAILED_VERIFICATION:
+      return {Kind::CertificateRefused,
+              "o certificado do servidor foi recusado: " + detailOf(code, detail)};
+    case CURLE_SSL_CACERT_BADFILE:
+      return {Kind::CertificateRefused,
+              "o certificado do servidor foi recusado: as autoridades confiáveis não puderam ser "
+              "lidas (" +
+                  detailOf(code, detail) + ")"};
+    case CURLE_SSL_CONNECT_ERROR:
+      return {Kind::Other, "falha na negociação TLS: " + detailOf(code, detail)};
     case CURLE_COULDNT_CONNECT:
       return {Kind::ConnectionRefused, "conexão recusada"};
     case CURLE_COULDNT_RESOLVE_HOST:
@@ -51,8 +74,7 @@ TransportError failure(CURLcode code, const char* detail, int receiveTimeoutMs) 
     case CURLE_UNSUPPORTED_PROTOCOL:
       return {Kind::InvalidAddress, "endereço inválido"};
     default:
-      return {Kind::Other, std::string("erro de comunicação: ") +
-                               (detail && *detail ? detail : curl_easy_strerror(code))};
+      return {Kind::Other, "erro de comunicação: " + detailOf(code, detail)};
   }
 }
 
@@ -87,13 +109,18 @@ class CurlHttpTransport : public HttpTransport {
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &appendBody);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, &response.body);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorBuffer);
-    if (receiveTimeoutMs > 0) {
-      curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(receiveTimeoutMs));
-    }
+    // Verification is what libcurl does by default; it is spelt out because nothing here may
+    // ever turn it off.
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (const char* file = authorityFile()) curl_easy_setopt(handle, CURLOPT_CAINFO, file);
 
-    const CURLcode result = curl_easy_perform(handle);
+    const CURLcode result = performWithIdleLimit(handle, receiveTimeoutMs);
     if (result != CURLE_OK) throw failure(result, errorBuffer, receiveTimeoutMs);
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &response.status);
+    const char* contentType = nullptr;
+    curl_easy_getinfo(handle, CURLINFO_CONTENT_TYPE, &contentType);
+    if (contentType != nullptr) response.contentType = contentType;
     return response;
   }
 };

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "vornleads/error.h"
 #include "vornleads/text/datetime.h"
@@ -14,6 +16,115 @@ namespace {
 constexpr double kInt64Limit = 9223372036854775808.0;  // 2^63
 
 bool isWhole(double value) { return std::isfinite(value) && std::trunc(value) == value; }
+
+// The JSON library's own DOM builder, told where in the document each value stands, so that
+// text it cannot read is reported as the record's own conversion error naming the member, and
+// a number no double can hold (1e400) as the member it was meant for.
+class LocatingParser : public nlohmann::detail::json_sax_dom_parser<Json> {
+ public:
+  using Base = nlohmann::detail::json_sax_dom_parser<Json>;
+
+  LocatingParser(Json& result, const char* recordName) : Base(result, true), record_(recordName) {}
+
+  bool null() {
+    return scalar([this] { return Base::null(); });
+  }
+  bool boolean(bool v) {
+    return scalar([&] { return Base::boolean(v); });
+  }
+  bool number_integer(Json::number_integer_t v) {
+    return scalar([&] { return Base::number_integer(v); });
+  }
+  bool number_unsigned(Json::number_unsigned_t v) {
+    return scalar([&] { return Base::number_unsigned(v); });
+  }
+  bool number_float(Json::number_float_t v, const std::string& text) {
+    return scalar([&] { return Base::number_float(v, text); });
+  }
+  bool string(std::string& v) {
+    return scalar([&] { return Base::string(v); });
+  }
+  bool start_object(std::size_t size) {
+    starts();
+    path_.push_back({false, "", -1});
+    return Base::start_object(size);
+  }
+  bool key(std::string& name) {
+    path_.back().key = name;
+    return Base::key(name);
+  }
+  bool end_object() {
+    path_.pop_back();
+    ends();
+    return Base::end_object();
+  }
+  bool start_array(std::size_t size) {
+    starts();
+    path_.push_back({true, "", -1});
+    return Base::start_array(size);
+  }
+  bool end_array() {
+    path_.pop_back();
+    ends();
+    return Base::end_array();
+  }
+
+  template <class Exception>
+  bool parse_error(std::size_t, const std::string& token, const Exception& error) {
+    constexpr int kNumberOverflow = 406;
+    if (error.id == kNumberOverflow) {
+      starts();
+      if (where().empty()) {
+        throw ConversionError(std::string("JSON for ") + record_ + " must be an object, not " +
+                              token);
+      }
+      throw ConversionError("JSON member \"" + where() + "\" of " + record_ +
+                            " must be a number within the range of a double, not " + token);
+    }
+    const std::string member = where().empty() ? "" : " in member \"" + where() + "\"";
+    throw ConversionError(std::string("Invalid JSON for ") + record_ + member + ": " +
+                          error.what());
+  }
+
+ private:
+  struct Step {
+    bool inArray;
+    std::string key;  // in an object, the member whose value is being read; empty between
+    long index;       // in an array, the element being read
+  };
+
+  template <class Event>
+  bool scalar(Event event) {
+    starts();
+    const bool accepted = event();
+    ends();
+    return accepted;
+  }
+  // A value starts: inside an array it is the next element.
+  void starts() {
+    if (!path_.empty() && path_.back().inArray) ++path_.back().index;
+  }
+  // A value is complete: inside an object, no member is being read until the next key.
+  void ends() {
+    if (!path_.empty() && !path_.back().inArray) path_.back().key.clear();
+  }
+
+  // "Leads[0].Ddd"
+  std::string where() const {
+    std::string text;
+    for (const Step& step : path_) {
+      if (step.inArray) {
+        text += "[" + std::to_string(step.index) + "]";
+      } else if (!step.key.empty()) {
+        text += (text.empty() ? "" : ".") + step.key;
+      }
+    }
+    return text;
+  }
+
+  const char* record_;
+  std::vector<Step> path_;
+};
 
 }  // namespace
 
@@ -103,8 +214,11 @@ void Reader::dateTime(const char* name, TDateTime& value) const {
 Json parseObject(const std::string& text, const char* recordName) {
   Json parsed;
   try {
-    parsed = Json::parse(text);
-  } catch (const Json::parse_error& error) {
+    LocatingParser parser(parsed, recordName);
+    Json::sax_parse(text, &parser);
+  } catch (const Json::exception& error) {
+    // The parser reports what it reads through LocatingParser; nothing else of the JSON
+    // library's may reach the caller either.
     throw ConversionError(std::string("Invalid JSON for ") + recordName + ": " + error.what());
   }
   if (!parsed.is_object()) {

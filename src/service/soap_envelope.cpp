@@ -1,62 +1,12 @@
 #include "service/soap_envelope.h"
 
-#include <cstring>
 #include <pugixml.hpp>
 #include <sstream>
 
+#include "service/soap_xml.h"
+#include "text/xml_charset.h"
+
 namespace vornleads::soap {
-
-const char* const kEnvelopeNamespace = "http://schemas.xmlsoap.org/soap/envelope/";
-
-namespace {
-
-const char* const kEncodingNamespace = "http://schemas.xmlsoap.org/soap/encoding/";
-
-std::string localName(pugi::xml_node node) {
-  const char* name = node.name();
-  const char* colon = std::strchr(name, ':');
-  return colon ? colon + 1 : name;
-}
-
-// The namespace URI bound to the element's prefix, looked up through the element and its
-// ancestors as XML namespaces require.
-std::string namespaceOf(pugi::xml_node node) {
-  const std::string name = node.name();
-  const auto colon = name.find(':');
-  const std::string attribute =
-      colon == std::string::npos ? "xmlns" : "xmlns:" + name.substr(0, colon);
-  for (auto scope = node; scope && scope.type() == pugi::node_element; scope = scope.parent()) {
-    if (auto declaration = scope.attribute(attribute.c_str())) return declaration.value();
-  }
-  return "";
-}
-
-pugi::xml_node firstElement(pugi::xml_node parent) {
-  for (auto child : parent.children()) {
-    if (child.type() == pugi::node_element) return child;
-  }
-  return {};
-}
-
-pugi::xml_node childNamed(pugi::xml_node parent, const std::string& local) {
-  for (auto child : parent.children()) {
-    if (child.type() == pugi::node_element && localName(child) == local) return child;
-  }
-  return {};
-}
-
-// All character data directly inside the element; a result may arrive split into text and
-// CDATA sections.
-std::string textOf(pugi::xml_node element) {
-  std::string text;
-  for (auto child : element.children()) {
-    if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
-      text += child.value();
-  }
-  return text;
-}
-
-}  // namespace
 
 std::string buildRequest(const std::string& nameSpace, const std::string& operation,
                          const std::string& parametros) {
@@ -82,16 +32,23 @@ std::string buildRequest(const std::string& nameSpace, const std::string& operat
   return out.str();
 }
 
-Reply parseReply(const std::string& body) {
+Reply parseReply(const std::string& body, const std::string& contentType) {
   if (body.empty()) throw MalformedReply("a resposta está vazia");
+  std::string text;
+  try {
+    text = xml::decodeDocument(body, contentType);
+  } catch (const xml::CharsetError& error) {
+    throw MalformedReply(std::string("a resposta não pôde ser lida: ") + error.what());
+  }
   pugi::xml_document document;
-  const auto parsed =
-      document.load_buffer(body.data(), body.size(), pugi::parse_default | pugi::parse_doctype);
-  if (!parsed) throw MalformedReply("a resposta não é um XML válido");
-  for (auto node : document.children()) {
-    if (node.type() == pugi::node_doctype) {
-      throw MalformedReply("a resposta traz uma declaração DOCTYPE, que não é aceita");
-    }
+  const auto parsed = parseUtf8(document, text);
+  if (!parsed.result) throw MalformedReply("a resposta não é um XML válido");
+  if (parsed.hasDoctype) {
+    throw MalformedReply("a resposta traz uma declaração DOCTYPE, que não é aceita");
+  }
+  if (!parsed.badReference.empty()) {
+    throw MalformedReply("a resposta traz a referência " + parsed.badReference +
+                         ", que não é um caractere admitido pelo XML");
   }
 
   const auto envelope = document.document_element();
@@ -101,7 +58,7 @@ Reply parseReply(const std::string& body) {
     throw MalformedReply("a resposta não é um envelope SOAP");
   }
 
-  const auto response = firstElement(soapBody);
+  const auto response = bodyEntry(soapBody);
   Reply reply;
   if (response && localName(response) == "Fault" && namespaceOf(response) == kEnvelopeNamespace) {
     reply.fault = true;
@@ -109,8 +66,14 @@ Reply parseReply(const std::string& body) {
     reply.faultString = textOf(childNamed(response, "faultstring"));
     return reply;
   }
-  const auto result = firstElement(response);
-  if (!result) throw MalformedReply("a resposta SOAP não traz o resultado da operação");
+  const auto accessor = firstElement(response);
+  if (!accessor) throw MalformedReply("a resposta SOAP não traz o resultado da operação");
+  const auto result = dereference(accessor, soapBody);
+  if (!result) {
+    throw MalformedReply("o resultado da resposta SOAP remete a \"" +
+                         std::string(accessor.attribute("href").value()) +
+                         "\", que não leva a um elemento da resposta");
+  }
   reply.result = textOf(result);
   return reply;
 }

@@ -8,8 +8,6 @@
 
 namespace vornleads::soap {
 
-extern const char* const kEnvelopeNamespace;  // http://schemas.xmlsoap.org/soap/envelope/
-
 // The request body, byte for byte: an XML declaration line, then the envelope on one line with
 // <NS1:operation xmlns:NS1="nameSpace"><Parametros xsi:type="xsd:string">...</Parametros>.
 // The parameter text is escaped as XML requires (&, <, >); it is UTF-8 and goes out as is.
@@ -30,8 +28,11 @@ class MalformedReply : public VornError {
 };
 
 // Reads a reply: the text of the first child element of the response element (whatever their
-// names or prefixes), or the faultcode and faultstring of a Fault. A document type
-// declaration is refused, and no entity other than XML's own is ever expanded.
-Reply parseReply(const std::string& body);
+// names or prefixes; a multi-reference is followed to the Body element it names), or the
+// faultcode and faultstring of a Fault. The body is decoded as its Content-Type and its own
+// declaration say (text/xml_charset.h); bytes invalid in that encoding are refused, never
+// replaced. A document type declaration is refused, and no entity other than XML's own is
+// ever expanded.
+Reply parseReply(const std::string& body, const std::string& contentType);
 
 }  // namespace vornleads::soap

@@ -53,7 +53,7 @@ std::string SoapHttpClient::invoke(const std::string& interfaceName, const std::
   if (response.status != 200 && response.status != 500) throw VornError(prefix + httpError);
   soap::Reply reply;
   try {
-    reply = soap::parseReply(response.body);
+    reply = soap::parseReply(response.body, response.contentType);
   } catch (const soap::MalformedReply& error) {
     throw VornError(prefix + (response.status == 500 ? httpError : error.what()));
   }

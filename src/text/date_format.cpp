@@ -34,7 +34,9 @@ const FormatSettings& regionalSettings() {
 }
 
 std::string FormatDateTime(const std::string& format, TDateTime value) {
-  const DateTimeParts parts = DecodeDateTime(value);
+  // Cut below the millisecond, never rounded: text without milliseconds must not name a later
+  // second, or day, than the value holds (these texts end up in SQL and in VW's dates).
+  const DateTimeParts parts = DecodeDateTimeTruncated(value);
   std::string out;
   char lastToken = 0;
   std::size_t pos = 0;
@@ -99,7 +101,7 @@ std::string FormatDateTime(const std::string& format, TDateTime value) {
 
 std::string DateTimeToStr(TDateTime value) {
   const FormatSettings& settings = regionalSettings();
-  const DateTimeParts parts = DecodeDateTime(value);
+  const DateTimeParts parts = DecodeDateTimeTruncated(value);
   std::string text = FormatDateTime(settings.shortDateFormat, value);
   if (parts.hour != 0 || parts.minute != 0 || parts.second != 0 || parts.millisecond != 0) {
     text += ' ';

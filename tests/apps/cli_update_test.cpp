@@ -58,11 +58,11 @@ TEST_F(CliUpdateTest, ARejectionNotifiesAndFails) {
   EXPECT_EQ("1 N 208 Lead encerrado na VW\n", journal(555));
 }
 
-TEST_F(CliUpdateTest, AnUpdateJournalledButNotSentPrintsNothing) {
+TEST_F(CliUpdateTest, AnUpdateJournalledButNotSentPrintsNothingAndFails) {
   addLeadContact(10, 555);
   const CliRun run =
       vornleads("update --empresa 1 --revenda 1 --contato 10 --lead 555 --usuario 99 --status 10");
-  EXPECT_EQ(0, run.status);
+  EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ(
       "vornleads: update journalled, not sent: Contato originado de lead VW sem CPF informado "

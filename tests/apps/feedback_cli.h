@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "support/firebird_db.h"
 #include "support/paths.h"
@@ -27,21 +29,27 @@ class FeedbackCliTest : public ::testing::Test {
  protected:
   using Json = SandboxProcess::Json;
 
-  FeedbackCliTest() : db_(database_.connect()) {
+  // A sandbox serving HTTPS when `tls` is given.
+  explicit FeedbackCliTest(std::optional<SandboxTls> tls = std::nullopt)
+      : db_(database_.connect()), sandbox_({}, std::chrono::seconds(30), std::move(tls)) {
     std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home_ / "VornLeadsVW.dll");
   }
 
-  // bin/vornleads with the test's database, sandbox and host directory; arguments already
-  // quoted for the shell.
-  CliRun vornleads(const std::string& arguments, const std::filesystem::path& home = {}) {
-    return vornleadsBare("--db " + database_.uri() + " --endpoint " + sandbox_.url() + " --home " +
+  // bin/vornleads with the test's database, sandbox (or `endpoint`) and host directory;
+  // arguments already quoted for the shell.
+  CliRun vornleads(const std::string& arguments, const std::filesystem::path& home = {},
+                   const std::string& endpoint = "") {
+    return vornleadsBare("--db " + database_.uri() + " --endpoint " +
+                         (endpoint.empty() ? sandbox_.url() : endpoint) + " --home " +
                          (home.empty() ? home_.path() : home).string() + " " + arguments);
   }
 
-  // bin/vornleads with nothing but the arguments given.
+  // bin/vornleads with nothing but the arguments given, after `environment_`
+  // ("NAME=value ...").
   CliRun vornleadsBare(const std::string& arguments) {
-    const std::string command = (binDir() / "vornleads").string() + " " + arguments + " >" +
-                                (scratch_ / "out").string() + " 2>" + (scratch_ / "err").string();
+    const std::string command = environment_ + " " + (binDir() / "vornleads").string() + " " +
+                                arguments + " >" + (scratch_ / "out").string() + " 2>" +
+                                (scratch_ / "err").string();
     const int raw = std::system(command.c_str());
     CliRun run;
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -117,6 +125,7 @@ class FeedbackCliTest : public ::testing::Test {
     return text;
   }
 
+  std::string environment_;
   TestDatabase database_{true};
   std::unique_ptr<SqlConnection> db_;
   SandboxProcess sandbox_;

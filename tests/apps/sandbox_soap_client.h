@@ -59,15 +59,14 @@ inline std::string soapEnvelope(const std::string& operation, const std::string&
          operation + "></SOAP-ENV:Body></SOAP-ENV:Envelope>";
 }
 
-// POSTs a raw body to the SOAP endpoint with the SOAPAction of `action`.
-inline SoapExchange postSoap(const SandboxProcess& sandbox, const std::string& action,
-                             const std::string& body) {
+// POSTs a raw body to the SOAP endpoint with the given SOAPAction header and Content-Type.
+inline SoapExchange postRaw(const SandboxProcess& sandbox, const std::string& soapAction,
+                            const std::string& contentType, const std::string& body) {
   httplib::Client client(sandbox.baseUrl());
   client.set_read_timeout(std::chrono::seconds(30));
-  const httplib::Headers headers = {
-      {"SOAPAction", "\"urn:VornLeadsVWIntf-IVornLeadsVW#" + action + "\""}};
+  const httplib::Headers headers = {{"SOAPAction", soapAction}};
   const std::string path = sandbox.url().substr(sandbox.baseUrl().size());
-  const auto result = client.Post(path.c_str(), headers, body, "text/xml; charset=utf-8");
+  const auto result = client.Post(path.c_str(), headers, body, contentType.c_str());
   SoapExchange exchange;
   if (!result) {
     exchange.transportFailed = true;
@@ -77,6 +76,13 @@ inline SoapExchange postSoap(const SandboxProcess& sandbox, const std::string& a
   exchange.contentType = result->get_header_value("Content-Type");
   exchange.body = result->body;
   return exchange;
+}
+
+// POSTs a UTF-8 body to the SOAP endpoint with the SOAPAction of `action`.
+inline SoapExchange postSoap(const SandboxProcess& sandbox, const std::string& action,
+                             const std::string& body) {
+  return postRaw(sandbox, "\"urn:VornLeadsVWIntf-IVornLeadsVW#" + action + "\"",
+                 "text/xml; charset=utf-8", body);
 }
 
 inline SoapExchange callSoap(const SandboxProcess& sandbox, const std::string& operation,

@@ -115,7 +115,7 @@ int runSandbox(const std::string& arguments, std::string& output) {
 TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
   std::string help;
   EXPECT_EQ(0, runSandbox("--help", help));
-  for (const char* option : {"--bind", "--port", "--leads"}) {
+  for (const char* option : {"--bind", "--port", "--leads", "--tls-cert", "--tls-key"}) {
     EXPECT_NE(std::string::npos, help.find(option)) << help;
   }
   std::string usage;
@@ -133,6 +133,16 @@ TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
   EXPECT_EQ(1, runSandbox("--port " + std::to_string(first.port()), busy));
   EXPECT_EQ("vornleads-sandbox: cannot listen on 127.0.0.1:" + std::to_string(first.port()) + "\n",
             busy);
+
+  // TLS needs both files, and files that hold a certificate and its key.
+  const std::string notPem = (dir / "bad.json").string();
+  std::string halfTls;
+  EXPECT_EQ(2, runSandbox("--port 0 --tls-cert " + notPem, halfTls)) << halfTls;
+  std::string badTls;
+  EXPECT_EQ(1, runSandbox("--port 0 --tls-cert " + notPem + " --tls-key " + notPem, badTls));
+  EXPECT_EQ("vornleads-sandbox: cannot serve TLS with certificate " + notPem + " and key " +
+                notPem + "\n",
+            badTls);
 }
 
 TEST_F(SandboxTest, AnswersInTheServiceEnvelopeWithTheJsonEscaped) {
@@ -234,24 +244,98 @@ TEST_F(SandboxTest, RefusedUpdatesChangeNothingButAreListedInOrder) {
   EXPECT_EQ(std::string::npos, sandbox_.log().find("98765432100"));
 }
 
-TEST_F(SandboxTest, RefusesWhatIsNotACallOfTheService) {
-  SoapExchange notXml = postSoap(sandbox_, "BuscaLeads", "DNs=1234");
-  EXPECT_EQ(500, notXml.status);
-  EXPECT_EQ("the request is not XML: No document element found at offset 8",
-            soapResult(notXml.body).value_or("<not XML>"));
+// The body of a call as another stack may write it: its own prefixes, the operation element
+// in `nameSpace`, and `parametros` as the whole content of the call element.
+std::string callBody(const std::string& nameSpace, const std::string& operation,
+                     const std::string& parametros, const std::string& extra = "") {
+  return "<e:Envelope xmlns:e=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+         "xmlns:t=\"http://www.w3.org/2001/XMLSchema\"><e:Body><m:" +
+         operation + " xmlns:m=\"" + nameSpace + "\">" + parametros + "</m:" + operation + ">" +
+         extra + "</e:Body></e:Envelope>";
+}
 
-  SoapExchange unknown = callSoap(sandbox_, "ApagaLeads", "{}");
-  EXPECT_EQ(500, unknown.status);
-  EXPECT_EQ(
-      R"(<?xml version="1.0" encoding="utf-8"?><SOAP-ENV:Envelope xmlns:SOAP-ENV="http://schemas.xmlsoap.org/soap/envelope/" xmlns:xsd="http://www.w3.org/2001/XMLSchema" xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:SOAP-ENC="http://schemas.xmlsoap.org/soap/encoding/"><SOAP-ENV:Body><SOAP-ENV:Fault><faultcode>SOAP-ENV:Server</faultcode><faultstring>Unknown operation "ApagaLeads": interface IVornLeadsVW has no method of that name</faultstring></SOAP-ENV:Fault></SOAP-ENV:Body></SOAP-ENV:Envelope>)",
-      unknown.body);
+std::string asUtf16Le(const std::string& ascii) {
+  std::string bytes = "\xFF\xFE";
+  for (char c : ascii) bytes += std::string{c, '\0'};
+  return bytes;
+}
 
-  // With an empty body element the operation comes from the SOAPAction header.
-  SoapExchange actionOnly = postSoap(
-      sandbox_, "BuscaLeads",
-      R"(<e:Envelope xmlns:e="http://schemas.xmlsoap.org/soap/envelope/"><e:Body/></e:Envelope>)");
-  EXPECT_EQ(200, actionOnly.status);
-  EXPECT_NE(std::string::npos, actionOnly.body.find("<NS1:BuscaLeadsResponse")) << actionOnly.body;
+struct RequestForm {
+  const char* form;
+  std::string soapAction;
+  std::string contentType;
+  std::string body;
+  int status;
+  std::string answer;  // the <return> text, or the faultstring
+};
+
+TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
+  const std::string ns = "urn:VornLeadsVWIntf-IVornLeadsVW";
+  const std::string action = "\"" + ns + "#BuscaLeadsStatus\"";
+  const std::string xml = "text/xml; charset=utf-8";
+  const std::string fetch = R"({"DNs":"5678","Status":"0","Nome":"X"})";
+  const std::string fetched = leadsReply({kLead2001});
+  const std::string parametros = "<Parametros>" + xmlText(fetch) + "</Parametros>";
+  const std::string latin1 = callBody(ns, "BuscaLeadsStatus", "<Parametros>\xE7</Parametros>");
+  const std::vector<RequestForm> forms = {
+      {"the client's own form", action, xml, soapEnvelope("BuscaLeadsStatus", fetch), 200, fetched},
+      {"other prefixes, no SOAPAction value", "\"\"", xml,
+       callBody(ns, "BuscaLeadsStatus", parametros), 200, fetched},
+      {"UTF-16 by its byte-order mark", action, "text/xml",
+       asUtf16Le("<?xml version=\"1.0\" encoding=\"utf-16\"?>" +
+                 callBody(ns, "BuscaLeadsStatus", parametros)),
+       200, fetched},
+      {"multi-reference Parametros", action, xml,
+       callBody(ns, "BuscaLeadsStatus", "<Parametros href=\"#p\"/>",
+                "<t:string id=\"p\">" + xmlText(fetch) + "</t:string>"),
+       200, fetched},
+      {"multi-reference to nothing", action, xml,
+       callBody(ns, "BuscaLeadsStatus", "<Parametros href=\"#9\"/>"), 500,
+       "Parametros refers to \"#9\", which is not in the request"},
+      {"not XML", action, xml, "DNs=1234", 500,
+       "the request is not XML: No document element found at offset 8"},
+      {"bytes invalid in the declared encoding", action, xml, latin1, 500,
+       "the request is not valid UTF-8: invalid bytes at offset " +
+           std::to_string(latin1.find('\xE7'))},
+      {"a reference to no character", action, xml,
+       callBody(ns, "BuscaLeadsStatus", "<Parametros>&#x110000;</Parametros>"), 500,
+       "the request refers to &#x110000;, which is no XML character"},
+      {"an encoding the service does not read", action, "text/xml; charset=koi8-r",
+       callBody(ns, "BuscaLeadsStatus", parametros), 500,
+       "the request's encoding \"koi8-r\" is not supported"},
+      {"a SOAP 1.2 envelope", action, xml,
+       "<e:Envelope xmlns:e=\"http://www.w3.org/2003/05/soap-envelope\"><e:Body/></e:Envelope>",
+       500,
+       "the request is not a SOAP 1.1 envelope (root element <e:Envelope> in namespace "
+       "\"http://www.w3.org/2003/05/soap-envelope\")"},
+      {"no operation", action, xml,
+       "<e:Envelope xmlns:e=\"http://schemas.xmlsoap.org/soap/envelope/\"><e:Body/></e:Envelope>",
+       500, "the SOAP request names no operation"},
+      {"an operation in a foreign namespace", action, xml,
+       callBody("urn:outro", "BuscaLeadsStatus", parametros), 500,
+       "operation \"BuscaLeadsStatus\" is in namespace \"urn:outro\", not " + ns},
+      {"a SOAPAction naming another operation", "\"" + ns + "#AtualizaLeads\"", xml,
+       callBody(ns, "BuscaLeadsStatus", parametros), 500,
+       "SOAPAction \"" + ns + "#AtualizaLeads\" does not name the operation of the body, " + ns +
+           "#BuscaLeadsStatus"},
+      {"an operation the service lacks", "\"" + ns + "#ApagaLeads\"", xml,
+       callBody(ns, "ApagaLeads", parametros), 500,
+       "Unknown operation \"ApagaLeads\": interface IVornLeadsVW has no method of that name"},
+  };
+  for (const RequestForm& form : forms) {
+    const SoapExchange exchange = postRaw(sandbox_, form.soapAction, form.contentType, form.body);
+    EXPECT_EQ(form.status, exchange.status) << form.form << "\n" << exchange.body;
+    EXPECT_EQ(form.answer, soapResult(exchange.body).value_or("<not XML>")) << form.form;
+  }
+
+  // Text in windows-1252 arrives as the characters it stands for.
+  const SoapExchange update =
+      postRaw(sandbox_, "\"" + ns + "#AtualizaLeads\"", "text/xml; charset=windows-1252",
+              callBody(ns, "AtualizaLeads",
+                       "<Parametros>{\"Cpf\":\"1\",\"DataReagendamento\":\"a\xE7\xE3o \x80\","
+                       "\"IdLead\":2001,\"Status\":3}</Parametros>"));
+  EXPECT_EQ(200, update.status) << update.body;
+  EXPECT_EQ("ação €", sandbox_.updates().at(0)["DataReagendamento"]);
 }
 
 TEST_F(SandboxTest, ServesConcurrentUpdatesWithoutLosingAny) {

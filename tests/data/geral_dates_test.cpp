@@ -22,6 +22,7 @@ class DriverOnlyConnection : public SqlConnection {
   void rollback() override { throw VornError("no transactions here"); }
   bool inTransaction() const override { return false; }
   std::vector<std::string> primaryKey(const std::string&) override { return {}; }
+  SqlConnection& autonomous() override { throw VornError("no attachments here"); }
 
  private:
   std::string driver_;
@@ -146,6 +147,29 @@ TEST(AnoMesDiaTest, PartsOfTheDate) {
   EXPECT_EQ(Mes(EncodeDate(2023, 12, 31)), 12);
   EXPECT_EQ(Dia(EncodeDate(2023, 12, 31)), 31);
   EXPECT_EQ(Dia(-1.25), 29);
+}
+
+// The last instant of a day (23:59:59.9996, below the millisecond) stays in that day in every
+// text and every part that goes into SQL.
+TEST(AnoMesDiaTest, TheLastMillisecondOfADayStaysInThatDay) {
+  struct Dia_ {
+    int year, month, day;
+    const char* texto;
+  };
+  for (const Dia_& d : {Dia_{2024, 12, 31, "31/12/2024 23:59:59"},
+                        Dia_{2023, 2, 28, "28/02/2023 23:59:59"},
+                        Dia_{2024, 2, 28, "28/02/2024 23:59:59"},
+                        Dia_{2024, 2, 29, "29/02/2024 23:59:59"}}) {
+    const TDateTime value = EncodeDate(d.year, d.month, d.day) + 86399999.6 / 86400000.0;
+    SCOPED_TRACE(d.texto);
+    EXPECT_EQ(Ano(value), d.year);
+    EXPECT_EQ(Mes(value), d.month);
+    EXPECT_EQ(Dia(value), d.day);
+    EXPECT_EQ(DateTimeToStr(value), d.texto);
+    EXPECT_EQ(FormatDateTime("dd/mm/yyyy hh:nn:ss", value), d.texto);
+    EXPECT_EQ(DataHoraStrPSql(DateTimeToStr(value), "INTERBASE"),
+              DataHoraPSql(value, "INTERBASE"));
+  }
 }
 
 TEST(AnoMesDiaTest, YearsBelowOneHundredAreWidenedAtFifty) {

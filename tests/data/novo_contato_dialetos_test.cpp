@@ -73,7 +73,9 @@ TEST_F(NovoContatoDialetos, FullFormOnOracle) {
       oracle.statements());
 }
 
-TEST_F(NovoContatoDialetos, FullFormOnSqlServer10JoinsTheCallersTransaction) {
+// The contact number is drawn on the second attachment ("BEGIN*") and committed there while
+// the caller's transaction stays open for the INSERT.
+TEST_F(NovoContatoDialetos, FullFormOnSqlServer10DrawsOnItsOwnBesideTheCallersTransaction) {
   RecordingConnection mssql("MSSQL");
   mssql.respond("select SERVERPROPERTY", singleValue("VERSAO", SqlValue::text("10.0.1600.22")));
   mssql.respond("select PROXIMO_NUMERO from GER_NUMERADOR where",
@@ -91,9 +93,9 @@ TEST_F(NovoContatoDialetos, FullFormOnSqlServer10JoinsTheCallersTransaction) {
   EXPECT_EQ(
       (Statements{
           "BEGIN", "select SERVERPROPERTY('productversion') VERSAO",
-          "select PROXIMO_NUMERO from GER_NUMERADOR" + condicao,
+          "select PROXIMO_NUMERO from GER_NUMERADOR" + condicao, "BEGIN*",
           "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + 1" + condicao,
-          "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao,
+          "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao, "COMMIT*",
           "select NOME, DDD_TELEFONE, TELEFONE, DDD_CELULAR, CELULAR, CLIENTE_VIP, "
           "USU_INDICOU_VIP, DDD_FAX, FAX from FAT_CLIENTE where CLIENTE = 77",
           std::string("insert into CAC_CONTATO  (") + kColunasCompletas +

@@ -122,8 +122,19 @@ TEST_F(NovoContatoFirebird, FullFormFailuresReachTheCaller) {
   EXPECT_EQ(antes + 1, contatos());
 }
 
+TEST_F(NovoContatoFirebird, FullFormKeepsTheDayOfItsLastMillisecond) {
+  const TDateTime ultimo = EncodeDate(2024, 12, 31) + 86399999.6 / 86400000.0;
+  const int32_t numero =
+      Geral::NovoContato(*connection_, "A", "", "P", "V", 1, 1, 1, 1, 1, 500, 1, 1, 5, 1, ultimo);
+  EXPECT_DOUBLE_EQ(EncodeDateTime({2024, 12, 31, 23, 59, 59, 0}),
+                   contato(5, 1, numero).value(0, "DTA_CONTATO").asDateTime());
+}
+
 TEST_F(NovoContatoFirebird, FullFormWritesNothingWhenNoNumberIsDrawn) {
+  // Committed first: the number is drawn outside the caller's transaction.
+  connection_->rollback();
   connection_->execute("insert into GER_NUMERADOR values (4,1,'CONTATO','CAC_CONTATO',0)");
+  connection_->beginTransaction();
   const int64_t antes = contatos();
   EXPECT_EQ(0, Geral::NovoContato(*connection_, "A", "", "P", "V", 1, 1, 1, 1, 1, 500, 1, 1, 4, 1,
                                   data_));

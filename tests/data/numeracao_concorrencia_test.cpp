@@ -1,7 +1,10 @@
-// Two connections drawing from the same counter at the same time never get the same number.
+// Two connections drawing from the same counter at the same time never get the same number,
+// and never fail over it, even when every draw happens inside a longer transaction of the
+// caller's (as a contact is numbered in the middle of a lead).
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <string>
 #include <thread>
@@ -25,8 +28,15 @@ TEST(NumeracaoConcorrente, TwoDrawersGetDistinctConsecutiveNumbers) {
     try {
       auto connection = db.connect();
       for (int i = 0; i < kPorDrawer; ++i) {
-        numeros[index].push_back(
-            BuscaProximoNumero(*connection, 1, 1, "CAC_CONTATO", "CONTATO", 1, true));
+        Transaction lead(*connection);
+        const int32_t numero =
+            BuscaProximoNumero(*connection, 1, 1, "CAC_CONTATO", "CONTATO", 1, true);
+        connection->execute("insert into CAC_CONTATO (EMPRESA, REVENDA, CONTATO) values (1, 1, " +
+                            std::to_string(numero) + ")");
+        // The rest of the lead's work keeps the transaction open a little longer.
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        lead.commit();
+        numeros[index].push_back(numero);
       }
     } catch (...) {
       falhas[index] = std::current_exception();

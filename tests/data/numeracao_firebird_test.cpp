@@ -86,14 +86,25 @@ TEST_F(NumeracaoFirebird, ServiceOrderCountersAdvanceByOneWhateverTheQuantity) {
   EXPECT_EQ(0, BuscaProximoNumero(*connection_, 1, 1, "OFI_PECA_OS", "901", 1, true));
 }
 
-TEST_F(NumeracaoFirebird, InsideTheCallersTransactionTheDrawJoinsIt) {
+// The caller's transaction stands for a lead being written: with transacao the draw is
+// committed at once on its own and survives the lead's rollback (a gap, never a number handed
+// out twice); without it the draw is the caller's and goes back with it.
+TEST_F(NumeracaoFirebird, TransacaoDecidesWhetherTheDrawOutlivesTheCallersTransaction) {
   connection_->execute("insert into GER_NUMERADOR values (5,1,'PEDIDO','FAT_PEDIDO',7)");
   connection_->beginTransaction();
   EXPECT_EQ(7, BuscaProximoNumero(*connection_, 5, 1, "FAT_PEDIDO", "PEDIDO", 1, true));
   EXPECT_TRUE(connection_->inTransaction());
-  EXPECT_EQ(7, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));  // not committed by the routine
+  EXPECT_EQ(8, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));  // committed while the caller is open
+  // Another connection draws the same counter at once: the row is not held by the caller.
+  EXPECT_EQ(8, BuscaProximoNumero(*db_->connect(), 5, 1, "FAT_PEDIDO", "PEDIDO", 1, true));
   connection_->rollback();
-  EXPECT_EQ(7, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));
+  EXPECT_EQ(9, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));
+
+  connection_->beginTransaction();
+  EXPECT_EQ(9, BuscaProximoNumero(*connection_, 5, 1, "FAT_PEDIDO", "PEDIDO", 1, false));
+  EXPECT_EQ(9, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));
+  connection_->rollback();
+  EXPECT_EQ(9, committed(5, 1, "PEDIDO", "FAT_PEDIDO"));
 }
 
 TEST_F(NumeracaoFirebird, FailureInItsOwnTransactionRollsBackAndReachesTheCaller) {

@@ -94,9 +94,10 @@ TEST(NumeracaoOracle, OtherTablesUseTheCounterTableWithoutAVersionQuery) {
   const std::string condicao =
       " where EMPRESA   = 1 and   REVENDA   = 1 and   NUMERADOR = 'CLIENTE' and   TABELA    = "
       "'FAT_CLIENTE'";
-  EXPECT_EQ((Statements{"select PROXIMO_NUMERO from GER_NUMERADOR" + condicao, "BEGIN",
+  // The whole draw runs on the second attachment ("BEGIN*"), in a transaction of its own.
+  EXPECT_EQ((Statements{"select PROXIMO_NUMERO from GER_NUMERADOR" + condicao, "BEGIN*",
                         "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + 1" + condicao,
-                        "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao, "COMMIT"}),
+                        "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao, "COMMIT*"}),
             oracle.statements());
 }
 
@@ -122,9 +123,9 @@ TEST(NumeracaoSqlServer, Version10UsesTheCounterTableEvenForContacts) {
       " where EMPRESA   = 1 and   REVENDA   = 1 and   NUMERADOR = 'CONTATO' and   TABELA    = "
       "'CAC_CONTATO'";
   EXPECT_EQ((Statements{"select SERVERPROPERTY('productversion') VERSAO",
-                        "select PROXIMO_NUMERO from GER_NUMERADOR" + condicao, "BEGIN",
+                        "select PROXIMO_NUMERO from GER_NUMERADOR" + condicao, "BEGIN*",
                         "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + 1" + condicao,
-                        "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao, "COMMIT"}),
+                        "select PROXIMO_NUMERO from GER_NUMERADOR " + condicao, "COMMIT*"}),
             mssql.statements());
 }
 

@@ -31,6 +31,8 @@ class TracingConnection : public SqlConnection {
   std::vector<std::string> primaryKey(const std::string& table) override {
     return real_.primaryKey(table);
   }
+  // Not traced: the workers' own SQL runs on this connection.
+  SqlConnection& autonomous() override { return real_.autonomous(); }
 
  private:
   SqlConnection& real_;

@@ -78,15 +78,6 @@ TEST(FacadeEndereco, NewEndpointIsRecordedAndUsedButNotKeptByTheNextFacade) {
   EXPECT_NE(proxima.endereco(), fachada.endereco());
 }
 
-TEST(FacadeEndereco, TextOutsideAsciiBecomesQuestionMarks) {
-  TempDir dir("facade-ini");
-  CurrentDirectoryScope inDir(dir.path());
-  TdmVornLeadsVW fachada;
-  EXPECT_EQ(alteraEndereco(fachada, R"({"NovoEndereco":"http://serviço.com.br/ação"})"),
-            envelope(0, "Ok"));
-  EXPECT_EQ(fachada.endereco(), "http://servi?o.com.br/a??o");
-}
-
 TEST(FacadeEndereco, UnwritableDirectoryAnswers202AndStillSwitches) {
   TempDir dir("facade-ini");
   const auto gone = dir / "removed";
@@ -100,38 +91,49 @@ TEST(FacadeEndereco, UnwritableDirectoryAnswers202AndStillSwitches) {
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
 }
 
-TEST(FacadeEndereco, MissingMemberAnswers297AndKeepsTheEndpoint) {
-  TempDir dir("facade-ini");
-  CurrentDirectoryScope inDir(dir.path());
-  TdmVornLeadsVW fachada;
-  const auto antes = fachada.endereco();
-  EXPECT_EQ(alteraEndereco(fachada, "{}"), envelope(297, "Parâmetros JSON inválidos!"));
-  EXPECT_EQ(alteraEndereco(fachada, R"({"novoendereco":"http://x"})"),
-            envelope(297, "Parâmetros JSON inválidos!"));
-  EXPECT_EQ(fachada.endereco(), antes);
-  EXPECT_FALSE(std::filesystem::exists(dir / "VornLeadsVW.ini"));
-}
-
-TEST(FacadeEndereco, TextThatIsNotAJsonObjectRaises) {
-  TdmVornLeadsVW fachada;
-  const auto antes = fachada.endereco();
-  auto messageOf = [&fachada](const std::string& json) -> std::string {
-    try {
-      fachada.AlteraEnderecoServico(json);
-    } catch (const VornError& error) {
-      return error.what();
-    }
-    return "no error";
+// What each argument makes of the endpoint: the answer (or the error raised) and the endpoint
+// afterwards, empty when it must stay as it was.
+TEST(FacadeEndereco, EachArgumentAndItsOutcome) {
+  struct Case {
+    std::string json;
+    std::string outcome;
+    std::string endereco;
   };
-  EXPECT_EQ(messageOf("[1]"), "AlteraEnderecoServico: o JSON recebido não é um objeto");
-  EXPECT_EQ(messageOf("\"NovoEndereco\""),
-            "AlteraEnderecoServico: o JSON recebido não é um objeto");
-  EXPECT_EQ(messageOf("lixo"),
-            "AlteraEnderecoServico: o texto recebido não é JSON válido (posição 1)");
-  EXPECT_EQ(messageOf(""), "AlteraEnderecoServico: o texto recebido não é JSON válido (posição 1)");
-  EXPECT_EQ(messageOf(R"({"NovoEndereco":"x")"),
-            "AlteraEnderecoServico: o texto recebido não é JSON válido (posição 20)");
-  EXPECT_EQ(fachada.endereco(), antes);
+  const std::string invalid = envelope(297, "Parâmetros JSON inválidos!");
+  const std::string notJson = "raises AlteraEnderecoServico: o texto recebido não é JSON válido";
+  const std::string notObject = "raises AlteraEnderecoServico: o JSON recebido não é um objeto";
+  const std::vector<Case> cases = {
+      {R"({"NovoEndereco":"http://serviço.com.br/ação"})", envelope(0, "Ok"),
+       "http://servi?o.com.br/a??o"},
+      {"{}", invalid, ""},
+      {R"({"novoendereco":"http://x"})", invalid, ""},
+      {R"({"NovoEndereco":null})", invalid, ""},
+      {R"({"NovoEndereco":{"url":"http://x"}})", invalid, ""},
+      {R"({"NovoEndereco":8080})", invalid, ""},
+      {R"({"NovoEndereco":["http://x"]})", invalid, ""},
+      {"[1]", notObject, ""},
+      {"\"NovoEndereco\"", notObject, ""},
+      {"lixo", notJson + " (posição 1)", ""},
+      {"", notJson + " (posição 1)", ""},
+      {R"({"NovoEndereco":"x")", notJson + " (posição 20)", ""},
+      {R"({"NovoEndereco":1e400})",
+       "raises AlteraEnderecoServico: o texto recebido traz um número fora do intervalo", ""},
+  };
+  for (const Case& c : cases) {
+    TempDir dir("facade-ini");
+    CurrentDirectoryScope inDir(dir.path());
+    TdmVornLeadsVW fachada;
+    const auto antes = fachada.endereco();
+    std::string outcome;
+    try {
+      outcome = alteraEndereco(fachada, c.json);
+    } catch (const VornError& error) {
+      outcome = std::string("raises ") + error.what();
+    }
+    EXPECT_EQ(outcome, c.outcome) << c.json;
+    EXPECT_EQ(fachada.endereco(), c.endereco.empty() ? antes : c.endereco) << c.json;
+    EXPECT_EQ(std::filesystem::exists(dir / "VornLeadsVW.ini"), !c.endereco.empty()) << c.json;
+  }
 }
 
 TEST(FacadePlaceholders, AnswerAFreshStatusRecord) {

@@ -87,7 +87,9 @@ TEST_F(FacadeServiceTest, ServiceFailuresBecomeThe297Envelope) {
       {"operation":"BuscaLeadsStatus","mode":"soapfault","descricao":"Access violation at address 0040A1B2"},
       {"operation":"BuscaLeads","mode":"http500"},
       {"operation":"BuscaLeadsData","mode":"malformed"},
-      {"operation":"AtualizaLeads","mode":"drop"}])"));
+      {"operation":"AtualizaLeads","mode":"drop"},
+      {"operation":"CarregaUltimaCargaInicial","mode":"delay","ms":1500}])"));
+  fachada_.setReceiveTimeoutMs(300);
 
   EXPECT_EQ(fachada_.BuscaLeadsStatus(kFetch), envelope297("Access violation at address 0040A1B2"));
   EXPECT_EQ(fachada_.BuscaLeads(R"({"DNs":"1234"})"),
@@ -99,21 +101,14 @@ TEST_F(FacadeServiceTest, ServiceFailuresBecomeThe297Envelope) {
       envelope297(failing("AtualizaLeads") + "a conexão foi encerrada antes da resposta completa"));
   EXPECT_EQ(sandbox_.leads()[0]["confirmed"], Json(false));
 
-  // The faults are used up: the same facade goes on working.
-  EXPECT_EQ(fachada_.BuscaLeadsStatus(kFetch), leadsReply(kLead77));
-}
-
-TEST_F(FacadeServiceTest, NoAnswerWithinTheReceiveTimeOut) {
-  sandbox_.fault(Json{{"operation", "CarregaUltimaCargaInicial"}, {"mode", "delay"}, {"ms", 1500}});
-  fachada_.setReceiveTimeoutMs(300);
   const auto started = std::chrono::steady_clock::now();
   EXPECT_EQ(
       fachada_.CarregaUltimaCargaInicial("{}"),
       envelope297(failing("CarregaUltimaCargaInicial") + "sem resposta do serviço em 300 ms"));
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(1200));
-}
 
-TEST_F(FacadeServiceTest, StoppedServiceRefusesTheConnection) {
+  // The faults are used up: the same facade goes on working, until the service stops.
+  EXPECT_EQ(fachada_.BuscaLeadsStatus(kFetch), leadsReply(kLead77));
   sandbox_.stop();
   EXPECT_EQ(fachada_.BuscaLeadsStatus(kFetch),
             envelope297(failing("BuscaLeadsStatus") + "conexão recusada"));

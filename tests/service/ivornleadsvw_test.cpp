@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "service/soap_test_server.h"
+#include "support/soap_test_server.h"
 #include "vornleads/service/invocation_registry.h"
 
 namespace vornleads {

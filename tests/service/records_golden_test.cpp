@@ -3,10 +3,7 @@
 
 #include <limits>
 
-#include "vornleads/service/records_replies.h"
-#include "vornleads/service/records_requests.h"
-#include "vornleads/service/records_status.h"
-#include "vornleads/service/records_working.h"
+#include "service/records_compare.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads {
@@ -152,6 +149,7 @@ TEST(RecordsGolden, WorkingContactWithDates) {
             R"("status":1,"origem":"Site","mensagem":"Quero",)"
             R"("dataIntencaoAgendamento":"2024-03-06T00:00:00.000","showroom":"S",)"
             R"("preferenciaContato":"Email"})");
+  EXPECT_EQ(TContatoLeadVW::FromJSON(contato.AsJSON()), contato);
 }
 
 }  // namespace

@@ -100,6 +100,15 @@ TEST(RecordsReading, WrongTypesNameTheRecordAndMember) {
               TRetornoBuscaHistoricoDealerClass::FromJSON(R"({"Historico":[{"Nome":false}]})");
             }),
             R"(JSON member "Nome" of TItemBuscaHistoricoDealerClass must be text)");
+  // A number no double can hold is refused while the text is read, with where it stood.
+  EXPECT_EQ(conversionMessage([] {
+              TRetornoBuscaLeadsClass::FromJSON(R"({"Leads":[{"Ddd":11},{"Ddd":-1e400}]})");
+            }),
+            R"(JSON member "Leads[1].Ddd" of TRetornoBuscaLeadsClass must be a number within )"
+            R"(the range of a double, not -1e400)");
+  EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON(R"({"Codigo":1e400})"); }),
+            R"(JSON member "Codigo" of TStatusClass must be a number within the range of a )"
+            R"(double, not 1e400)");
 }
 
 TEST(RecordsReading, DateTimes) {
@@ -125,9 +134,15 @@ TEST(RecordsReading, TextThatIsNotAJsonObject) {
   EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON("null"); }),
             "JSON for TStatusClass must be an object, not null");
   EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON("{\"Codigo\":"); }),
-            "Invalid JSON for TStatusClass: [json.exception.parse_error.101] parse error at line "
-            "1, column 11: syntax error while parsing value - unexpected end of input; expected "
-            "'[', '{', or a literal");
+            "Invalid JSON for TStatusClass in member \"Codigo\": [json.exception.parse_error.101] "
+            "parse error at line 1, column 11: syntax error while parsing value - unexpected end "
+            "of input; expected '[', '{', or a literal");
+  EXPECT_EQ(conversionMessage(
+                [] { TRetornoBuscaLeadsClass::FromJSON("{\"Leads\":[{\"Nome\":\"Jo\xE3o\"}]}"); }),
+            "Invalid JSON for TRetornoBuscaLeadsClass in member \"Leads[0].Nome\": "
+            "[json.exception.parse_error.101] parse error at line 1, column 23: syntax error "
+            "while parsing value - invalid string: ill-formed UTF-8 byte; last read: "
+            "'\"Jo\xE3o'");
   EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON(""); }),
             "Invalid JSON for TStatusClass: [json.exception.parse_error.101] parse error at line "
             "1, column 1: syntax error while parsing value - unexpected end of input; expected "

@@ -2,11 +2,7 @@
 
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <stdexcept>
 #include <system_error>
 
 #include "data/firebird_create.h"
@@ -34,12 +30,6 @@ std::string shellQuoted(const std::string& text) {
   return quoted + "'";
 }
 
-struct PipeCloser {
-  void operator()(FILE* pipe) const {
-    if (pipe != nullptr) pclose(pipe);
-  }
-};
-
 }  // namespace
 
 TestDatabase::TestDatabase(bool sample) : dir_("vornleads-db"), path_(dir_ / "dms.fdb") {
@@ -53,20 +43,8 @@ std::unique_ptr<SqlConnection> TestDatabase::connect() const { return OpenConnec
 std::string TestDatabase::isql(const std::string& sql) const {
   const fs::path script = dir_ / "isql-input.sql";
   writeFile(script, sql);
-  const std::string command = "isql-fb -q -b -ch UTF8 -user SYSDBA -i " +
-                              shellQuoted(script.string()) + " " + shellQuoted(path_.string()) +
-                              " 2>&1";
-  FILE* raw = popen(command.c_str(), "r");
-  if (raw == nullptr) throw std::runtime_error("cannot run isql-fb");
-  std::unique_ptr<FILE, PipeCloser> pipe(raw);
-  std::string output;
-  std::array<char, 4096> buffer;
-  size_t read = 0;
-  while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
-    output.append(buffer.data(), read);
-  const int status = pclose(pipe.release());
-  if (status != 0) throw std::runtime_error("isql-fb failed:\n" + output);
-  return output;
+  return commandOutput("isql-fb -q -b -ch UTF8 -user SYSDBA -i " + shellQuoted(script.string()) +
+                       " " + shellQuoted(path_.string()));
 }
 
 }  // namespace vornleads::test

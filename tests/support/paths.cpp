@@ -1,6 +1,9 @@
 #include "support/paths.h"
 
+#include <array>
+#include <cstdio>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -41,6 +44,24 @@ void writeFile(const std::filesystem::path& path, const std::string& content) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   if (!out) throw std::runtime_error("cannot write " + path.string());
   out << content;
+}
+
+std::string commandOutput(const std::string& command) {
+  struct PipeCloser {
+    void operator()(FILE* pipe) const {
+      if (pipe != nullptr) pclose(pipe);
+    }
+  };
+  FILE* raw = popen((command + " 2>&1").c_str(), "r");
+  if (raw == nullptr) throw std::runtime_error("cannot run: " + command);
+  std::unique_ptr<FILE, PipeCloser> pipe(raw);
+  std::string output;
+  std::array<char, 4096> buffer;
+  size_t read = 0;
+  while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
+    output.append(buffer.data(), read);
+  if (pclose(pipe.release()) != 0) throw std::runtime_error(command + " failed:\n" + output);
+  return output;
 }
 
 }  // namespace vornleads::test

@@ -30,4 +30,8 @@ class TempDir {
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& content);
 
+// Runs a shell command and returns what it printed on standard output and error together;
+// throws std::runtime_error with that output when it does not exit with status 0.
+std::string commandOutput(const std::string& command);
+
 }  // namespace vornleads::test

@@ -21,11 +21,16 @@
 // Transactions follow the SqlConnection contract: one at a time; commit or rollback without
 // one raises VornError; beginTransaction inside one raises VornError.
 //
+// autonomous() is a second fake attachment with a transaction of its own that shares this
+// one's script and record: its statements land in the same statements(), its transaction
+// words as "BEGIN*", "COMMIT*" and "ROLLBACK*", so a test sees which attachment ran what.
+//
 // Not thread-safe: one test thread per fake.
 #pragma once
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,18 +43,26 @@ class RecordingConnection : public SqlConnection {
   // driverName is what BuscaBanco reads: "ORACLE", "MSSQL", "Firebird", ...
   explicit RecordingConnection(std::string driverName);
 
+ private:
+  struct Script;
+  struct Sibling {};
+
+ public:
+  // The second attachment of autonomous(); only this class can name Sibling.
+  RecordingConnection(Sibling, std::string driverName, std::shared_ptr<Script> script);
+
   // --- script -------------------------------------------------------------------------
   void respond(const std::string& sqlPrefix, SqlRowSet rows);
   void respondAlways(const std::string& sqlPrefix, SqlRowSet rows);
   void failOn(const std::string& sqlPrefix, const std::string& databaseMessage);
   void failAlwaysOn(const std::string& sqlPrefix, const std::string& databaseMessage);
   // What execute() returns (default -1, "unknown").
-  void setAffectedRows(int64_t rows) { affectedRows_ = rows; }
+  void setAffectedRows(int64_t rows) { script_->affectedRows = rows; }
   void setPrimaryKey(const std::string& table, std::vector<std::string> columns);
 
   // --- record -------------------------------------------------------------------------
-  const std::vector<std::string>& statements() const { return statements_; }
-  void clearStatements() { statements_.clear(); }
+  const std::vector<std::string>& statements() const { return script_->statements; }
+  void clearStatements() { script_->statements.clear(); }
   // Scripted answers and failures not used yet (consumed ones are gone, sticky ones stay).
   size_t pendingAnswers() const;
 
@@ -62,6 +75,7 @@ class RecordingConnection : public SqlConnection {
   void rollback() override;
   bool inTransaction() const override { return inTransaction_; }
   std::vector<std::string> primaryKey(const std::string& table) override;
+  SqlConnection& autonomous() override;
 
  private:
   struct Answer {
@@ -75,15 +89,22 @@ class RecordingConnection : public SqlConnection {
     bool sticky = false;
   };
 
+  // What every attachment of one fake database shares.
+  struct Script {
+    std::vector<std::string> statements;
+    std::vector<Answer> answers;
+    std::vector<Failure> failures;
+    std::map<std::string, std::vector<std::string>> primaryKeys;
+    int64_t affectedRows = -1;
+  };
+
   // Records the statement and raises the scripted failure, if any.
   void send(const std::string& sql);
 
   std::string driverName_;
-  std::vector<std::string> statements_;
-  std::vector<Answer> answers_;
-  std::vector<Failure> failures_;
-  std::map<std::string, std::vector<std::string>> primaryKeys_;
-  int64_t affectedRows_ = -1;
+  std::shared_ptr<Script> script_;
+  std::string mark_;  // added to the transaction words of the second attachment
+  std::unique_ptr<RecordingConnection> autonomous_;
   bool inTransaction_ = false;
 };
 

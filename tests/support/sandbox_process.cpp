@@ -11,6 +11,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <httplib.h>
 
@@ -60,13 +61,18 @@ void SandboxProcess::Pipe::closeWriteEnd() {
 }
 
 SandboxProcess::SandboxProcess(const std::filesystem::path& leadsFile,
-                               std::chrono::milliseconds startTimeout) {
+                               std::chrono::milliseconds startTimeout,
+                               std::optional<SandboxTls> tls)
+    : tls_(std::move(tls)) {
   const std::string program = (binDir() / "vornleads-sandbox").string();
   const std::string logPath = (dir_.path() / "stderr.log").string();
   std::vector<std::string> args = {program, "--bind", "127.0.0.1", "--port", "0"};
   if (!leadsFile.empty()) {
     args.push_back("--leads");
     args.push_back(leadsFile.string());
+  }
+  if (tls_) {
+    args.insert(args.end(), {"--tls-cert", tls_->cert.string(), "--tls-key", tls_->key.string()});
   }
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
@@ -149,6 +155,7 @@ std::string SandboxProcess::log() const {
 SandboxProcess::Json SandboxProcess::call(const std::string& method, const std::string& path,
                                           const Json* body) const {
   httplib::Client client(baseUrl_);
+  if (tls_) client.set_ca_cert_path(tls_->caFile.string());
   client.set_connection_timeout(std::chrono::seconds(5));
   client.set_read_timeout(std::chrono::seconds(30));
   const auto result =

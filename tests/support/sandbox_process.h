@@ -2,10 +2,10 @@
 // child process of the test, on a free loopback port, for end-to-end tests over real SOAP.
 //
 // Construction starts binDir()/"vornleads-sandbox" --bind 127.0.0.1 --port 0 [--leads FILE]
-// and waits (up to the start time-out) for its "listening on URL" line; it throws
-// std::runtime_error, with the sandbox's standard error attached, when the program cannot be
-// started or exits or stays silent instead. The destructor stops it (SIGTERM, then SIGKILL
-// after a grace period) and reaps it. Not copyable; one object owns one process.
+// [--tls-cert PEM --tls-key PEM] and waits (up to the start time-out) for its "listening on URL"
+// line; it throws std::runtime_error, with the sandbox's standard error attached, when the program
+// cannot be started or exits or stays silent instead. The destructor stops it (SIGTERM, then
+// SIGKILL after a grace period) and reaps it. Not copyable; one object owns one process.
 //
 // The helpers talk to the sandbox's test routes over HTTP and throw std::runtime_error when the
 // sandbox answers anything but HTTP 200 (the message carries its status and body):
@@ -37,6 +37,7 @@
 #include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,20 +45,31 @@
 
 namespace vornleads::test {
 
+// The files of a sandbox that serves HTTPS: its certificate and key, and the authority the
+// test routes are checked against.
+struct SandboxTls {
+  std::filesystem::path cert;
+  std::filesystem::path key;
+  std::filesystem::path caFile;
+};
+
 class SandboxProcess {
  public:
   using Json = nlohmann::ordered_json;
 
-  // Starts the sandbox, with the leads of `leadsFile` when it is not empty.
+  // Starts the sandbox, with the leads of `leadsFile` when it is not empty, over HTTPS when
+  // `tls` is given.
   explicit SandboxProcess(const std::filesystem::path& leadsFile = {},
-                          std::chrono::milliseconds startTimeout = std::chrono::seconds(30));
+                          std::chrono::milliseconds startTimeout = std::chrono::seconds(30),
+                          std::optional<SandboxTls> tls = std::nullopt);
   ~SandboxProcess();
   SandboxProcess(const SandboxProcess&) = delete;
   SandboxProcess& operator=(const SandboxProcess&) = delete;
 
   // The SOAP endpoint: http://127.0.0.1:PORT/VornLeadsVW/VornISAPILeadsVW.dll/soap/VornLeadsVW
+  // (https under TLS).
   const std::string& url() const { return url_; }
-  // http://127.0.0.1:PORT, the root of the test routes.
+  // http://127.0.0.1:PORT, the root of the test routes (https under TLS).
   const std::string& baseUrl() const { return baseUrl_; }
   int port() const { return port_; }
   pid_t pid() const { return pid_; }
@@ -98,6 +110,7 @@ class SandboxProcess {
   Json call(const std::string& method, const std::string& path, const Json* body) const;
 
   TempDir dir_{"vornleads-sandbox"};
+  std::optional<SandboxTls> tls_;
   Pipe stdout_;
   pid_t pid_ = -1;
   int exitStatus_ = -1;

@@ -1,8 +1,12 @@
 // The prospect writer: registers a person known only from a lead as a prospect customer.
 //
-// GravaClienteProspect numbers the customer with BuscaProximoNumero (FAT_CLIENTE / CLIENTE, 1,
-// transacao false: the draw belongs to the caller's transaction) and inserts one FAT_CLIENTE
-// row with PROSPECT 'S':
+// GravaClienteProspect numbers the customer from the one series of customer codes that every
+// company and branch shares (FAT_CLIENTE is keyed by CLIENTE alone): the GER_NUMERADOR row
+// EMPRESA 0, REVENDA 0, NUMERADOR 'CLIENTE', TABELA 'FAT_CLIENTE', drawn in a transaction of
+// its own. The new code is always above the highest CLIENTE already in FAT_CLIENTE: a counter
+// that is missing, null or behind the table is moved past it first, so customers numbered
+// before the module or by other programs are never collided with. A lead rolled back after
+// the draw leaves a gap. It then inserts one FAT_CLIENTE row with PROSPECT 'S':
 //   CLIENTE the new code, NOME nome, PROSPECT 'S', CATEGORIA categoria (when 0 or above),
 //   DTA_CADASTRO data, EMPRESA_CADASTRO empresa, REVENDA_CADASTRO revenda, VENDEDOR vendedor,
 //   ENDERECO .. CEP the seven address texts, E_MAIL_CASA email,
@@ -13,8 +17,10 @@
 //
 // Success: the new customer code (1 or more), MensagemErroException emptied.
 // Failure: any error of the numbering or of the INSERT is caught; the result is 0 and
-// MensagemErroException holds the reason (the database's own message for a database error).
-// The routine never begins or ends a transaction: after a failure the caller rolls back.
+// MensagemErroException holds the reason (the database's own message for a failed INSERT; a
+// text naming the counter when the series cannot be drawn, e.g. a PROXIMO_NUMERO that is not
+// a number). The INSERT runs in the caller's transaction, which this routine never begins or
+// ends: after a failure the caller rolls back.
 #pragma once
 
 #include <cstdint>

@@ -14,14 +14,15 @@
 //     returns 1 and stores 2; for a block of n it returns n and stores n + 1. Service-invoice
 //     batches (FAT_NFSE / LOTE) of a new branch continue branch 1's numbering.
 //
-// Transactions: with transacao true the counter-table update runs in a transaction of its
-// own, begun and committed here. If the connection is already inside a transaction (the
-// caller's), the update joins that one instead and nothing is begun or committed here. When
-// this routine owns the transaction and Firebird reports a conflict with a concurrent drawer
-// (update conflict, lock conflict, deadlock, or a counter row inserted by another connection
-// at the same moment), the transaction is rolled back and the draw is repeated, up to 100
-// times; every other error rolls the transaction back and reaches the caller. With transacao
-// false, errors reach the caller as they are and the caller's transaction decides.
+// Transactions: with transacao true the counter-table draw runs in a transaction of its own
+// on the connection's second attachment (SqlConnection::autonomous), begun and committed here,
+// whatever transaction the caller has open: the counter row is locked only for the draw, and
+// a caller that rolls back afterwards leaves a gap in the numbers, never a duplicate. When
+// Firebird reports a conflict with a concurrent drawer (update conflict, lock conflict,
+// deadlock, or a counter row inserted by another connection at the same moment), the draw is
+// rolled back and repeated, up to 100 times; every other error rolls it back and reaches the
+// caller. With transacao false the statements run on `connection` itself, inside the
+// caller's transaction if one is open, and errors reach the caller as they are.
 //
 // Remote mode (see host_settings.h): update statements, "create sequence" and this routine's
 // own transactions go to the host's application server; queries read `connection`.

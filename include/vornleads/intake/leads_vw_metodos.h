@@ -134,7 +134,8 @@ class TLeadsVWMetodosClass {
   void incluiLeadContato(TContatoLeadVW& lead);
   void editaContato(TClientDataSet& contato, TContatoLeadVW& lead);
   void fechaContato(TContatoLeadVW& lead);
-  // Next number of tabela.coluna for the company/branch, drawn inside the lead's transaction;
+  // Next number of tabela.coluna for the company/branch, drawn and committed in a transaction
+  // of its own (a lead rolled back leaves a gap);
   // VornError "Erro ao buscar o próximo numero da tabela <tabela>\r\n<reason>".
   int32_t BuscaProximoNumeroTran(int32_t empresa, int32_t revenda, int32_t quantidade,
                                  const std::string& coluna, const std::string& tabela);

@@ -9,7 +9,8 @@
 // - AlteraEnderecoServico({"NovoEndereco":url}) sets endereco() at once, then records it with
 //   GravaINI("Proxy", url): envelope 0 "Ok", or 202 "Erro ao registrar solicitação!" when the
 //   file could not be written (the new endpoint stays in force for this object either way).
-//   Without "NovoEndereco": envelope 297 "Parâmetros JSON inválidos!", endpoint unchanged.
+//   Without "NovoEndereco", or with one that is not text (null, a number, an object): envelope
+//   297 "Parâmetros JSON inválidos!", endpoint unchanged.
 //   Text that is not a JSON object raises VornError. Characters outside ASCII become '?'
 //   before parsing.
 // - A new facade starts from AcessaINI("Proxy"), the built-in endpoint: a recorded endpoint

@@ -2,7 +2,8 @@
 //
 // post() returns whatever HTTP status the server sent (the caller decides what a 404 or a 500
 // means). It throws TransportError when no HTTP answer arrived at all: connection refused,
-// host not found, receive time-out, connection dropped, malformed address. The transport keeps
+// host not found, receive time-out, connection dropped, malformed address, a server
+// certificate that was refused. The transport keeps
 // no state between calls, so one object may serve many clients on one thread at a time.
 #pragma once
 
@@ -16,6 +17,7 @@ namespace vornleads {
 
 struct HttpResponse {
   long status = 0;
+  std::string contentType;  // the Content-Type header as sent, empty when there was none
   std::string body;
 };
 
@@ -29,6 +31,7 @@ class TransportError : public VornError {
     TimedOut,
     ConnectionDropped,
     InvalidAddress,
+    CertificateRefused,
     Other
   };
 
@@ -43,9 +46,15 @@ class HttpTransport {
  public:
   virtual ~HttpTransport() = default;
 
-  // Sends body to url with the given header lines ("Name: value"). receiveTimeoutMs bounds the
-  // whole exchange once started; 0 or less waits without limit. Connect time-out, proxy
-  // settings (http_proxy and friends) and TLS checks keep the HTTP library's defaults.
+  // Sends body to url with the given header lines ("Name: value"). receiveTimeoutMs is the
+  // longest wait for the next bytes of the exchange: a reply that keeps arriving is never cut,
+  // however long it takes in all; 0 or less waits without limit. Connect time-out and proxy
+  // settings (http_proxy and friends) keep the HTTP library's defaults.
+  //
+  // https:// servers are verified, always: the certificate must chain to the system's trusted
+  // authorities, or to those of the PEM file named by VORNLEADS_CA_FILE when it is set, and
+  // must name the host of the URL. A refusal is TransportError CertificateRefused, whose
+  // message says that the certificate was refused and why.
   virtual HttpResponse post(const std::string& url, const std::vector<std::string>& headers,
                             const std::string& body, int receiveTimeoutMs) = 0;
 };

@@ -4,8 +4,9 @@
 // invoke() returns the operation's string result. It raises SoapFault when the service
 // answered with a SOAP fault (what() is the fault's own text, as the service wrote it) and
 // VornError for everything else that keeps a result from arriving (connection refused,
-// time-out, HTTP error, a reply that is not SOAP); those messages name the operation, the
-// endpoint without any user or password it may carry, and the cause, e.g.
+// time-out, a refused server certificate, HTTP error, a reply that is not SOAP or cannot be
+// read in its encoding, a result that refers to no element); those messages name the
+// operation, the endpoint without any user or password it may carry, and the cause, e.g.
 //   Falha ao chamar a operação BuscaLeads em http://host:8080/soap: conexão recusada
 // Objects are shared through std::shared_ptr: whoever holds a reference keeps it alive, so a
 // client handed to GetIVornLeadsVW is never freed under its owner. One thread at a time.
@@ -52,7 +53,8 @@ class SoapHttpClient {
   const std::string& port() const { return port_; }
   void setPort(const std::string& port) { port_ = port; }
 
-  // HTTP receive time-out in milliseconds; 0 (the default) waits without limit.
+  // HTTP receive time-out in milliseconds: the longest wait for the next bytes of the reply,
+  // not a bound on the whole exchange; 0 (the default) waits without limit.
   int receiveTimeoutMs() const { return receiveTimeoutMs_; }
   void setReceiveTimeoutMs(int milliseconds) { receiveTimeoutMs_ = milliseconds; }
 

@@ -47,7 +47,8 @@ struct FormatSettings {
 };
 const FormatSettings& regionalSettings();
 
-// value rendered with a format string of the letters above.
+// value rendered with a format string of the letters above. Both renderers cut the time below
+// the millisecond instead of rounding it, so 23:59:59.9996 stays in its second and its day.
 std::string FormatDateTime(const std::string& format, TDateTime value);
 
 // The default text of a date-time: the short date, then " " and the long time unless the

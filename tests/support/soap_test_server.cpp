@@ -1,4 +1,4 @@
-#include "service/soap_test_server.h"
+#include "support/soap_test_server.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -66,10 +66,10 @@ void SoapTestServer::answer(Handler handler) {
   handler_ = std::move(handler);
 }
 
-void SoapTestServer::answer(int status, const std::string& body) {
-  answer([status, body](const httplib::Request&, httplib::Response& response) {
+void SoapTestServer::answer(int status, const std::string& body, const std::string& contentType) {
+  answer([status, body, contentType](const httplib::Request&, httplib::Response& response) {
     response.status = status;
-    response.set_content(body, "text/xml; charset=utf-8");
+    response.set_content(body, contentType);
   });
 }
 

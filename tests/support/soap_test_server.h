@@ -1,7 +1,10 @@
-// Loopback servers for the SOAP client tests: an HTTP server on port 0 whose answer each test
-// sets, which keeps what it received; a raw socket that drops every connection unanswered;
-// and a port where nothing listens.
+// Loopback peers for the SOAP client tests: a canned HTTP server on port 0 whose answer each
+// test sets (hand-written reply forms, any bytes, any Content-Type), which keeps what it
+// received; a raw socket that drops every connection unanswered; and a port where nothing
+// listens.
 #pragma once
+
+#include <httplib.h>
 
 #include <condition_variable>
 #include <functional>
@@ -9,8 +12,6 @@
 #include <mutex>
 #include <string>
 #include <thread>
-
-#include <httplib.h>
 
 namespace vornleads::test {
 
@@ -33,8 +34,9 @@ class SoapTestServer {
   // http://127.0.0.1:PORT/soap/IVornLeadsVW
   std::string url() const;
   void answer(Handler handler);
-  // Answers status and body with Content-Type text/xml.
-  void answer(int status, const std::string& body);
+  // Answers status and body as they are, under the given Content-Type.
+  void answer(int status, const std::string& body,
+              const std::string& contentType = "text/xml; charset=utf-8");
   // Holds every answer until release() (or the end of the server).
   void holdAnswers();
   void release();
