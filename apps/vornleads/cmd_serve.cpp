@@ -41,8 +41,8 @@ std::string secondsText(double seconds) {
 
 const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context) {
   auto options = std::make_shared<ServeOptions>();
-  CLI::App* command = app.add_subcommand(
-      "serve", "run intake and resend on a schedule until SIGINT or SIGTERM");
+  CLI::App* command =
+      app.add_subcommand("serve", "run intake and resend on a schedule until SIGINT or SIGTERM");
   command
       ->add_option("--intake-every", options->intakeEvery,
                    "seconds between intake cycles (default 300; fractions allowed)")
@@ -65,9 +65,8 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     settings.retryDelay = options->retryDelay;
 
     // The database URI stays out of the report: a server's may hold its password.
-    reportLine("serve: intake every " + secondsText(options->intakeEvery) +
-               " s, resend every " + secondsText(options->resendEvery) + " s, library " +
-               library.file().string());
+    reportLine("serve: intake every " + secondsText(options->intakeEvery) + " s, resend every " +
+               secondsText(options->resendEvery) + " s, library " + library.file().string());
     runSchedule({{interval(options->intakeEvery), [&settings] { runIntake(settings); }},
                  {interval(options->resendEvery), [&settings] { runResend(settings); }}},
                 *settings.stop, *settings.stop);

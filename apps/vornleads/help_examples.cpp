@@ -15,8 +15,9 @@ const std::pair<const char*, const char*> kExamples[] = {
      "vornleads update --empresa 1 --revenda 1 --contato 10 --lead 4711 --usuario 12 "
      "--status 9 --reagendamento \"30/06/2026 10:00:00\""},
     {"resend", "vornleads --db /var/lib/vornleads/dms.fdb resend"},
-    {"call", "echo '{\"DNs\":\"1234\",\"Status\":\"0\",\"Nome\":\"Loja\"}' | "
-             "vornleads call BuscaLeadsStatus -"},
+    {"call",
+     "echo '{\"DNs\":\"1234\",\"Status\":\"0\",\"Nome\":\"Loja\"}' | "
+     "vornleads call BuscaLeadsStatus -"},
     {"serve",
      "vornleads --db /var/lib/vornleads/dms.fdb --home /opt/vornleads serve "
      "--intake-every 300 --resend-every 900"},

@@ -93,8 +93,8 @@ void runIntake(const ServeSettings& settings) {
     progress->clear();
     const bool restart = worker.qtdErros() > 5;
     // The cycles before the restart message were reported as they ended.
-    reportLine("intake failed at step " + worker.sPbPasso() + " after " +
-               secondsSince(cycleStart) + ": " + error.what() +
+    reportLine("intake failed at step " + worker.sPbPasso() + " after " + secondsSince(cycleStart) +
+               ": " + error.what() +
                (restart ? " (a fresh worker takes over at the next interval)"
                         : " (" + intakeCounts(worker.totaisDoCiclo()) + ")"));
   }

@@ -24,9 +24,8 @@ void leaveStopSignalsToHost() {
     ISC_STATUS_ARRAY status{};
     fb_shutdown_callback(status, declineSignalShutdown, fb_shut_confirmation, nullptr);
     if (status[0] == 1 && status[1] != 0) {
-      throw DatabaseError("Firebird refused the shutdown callback (status " +
-                              std::to_string(status[1]) + ")",
-                          "");
+      throw DatabaseError(
+          "Firebird refused the shutdown callback (status " + std::to_string(status[1]) + ")", "");
     }
     return true;
   }();

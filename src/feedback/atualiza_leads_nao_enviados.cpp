@@ -54,8 +54,7 @@ void TAtualizaLeadsNaoEnviados::iniciaAtualizacao() {
 }
 
 void TAtualizaLeadsNaoEnviados::buscaLeads() {
-  const auto linhas =
-      conexao_.RetornaDataset(unsentUpdatesSql(empresaAtual, revendaAtual));
+  const auto linhas = conexao_.RetornaDataset(unsentUpdatesSql(empresaAtual, revendaAtual));
   const int total = linhas->RecordCount();
   int n = 0;
   for (; !linhas->Eof(); linhas->Next()) {
@@ -81,8 +80,9 @@ void TAtualizaLeadsNaoEnviados::buscaLeads() {
     parametros.dataAtualizacaoReenvio = linhas->FieldByName("DTA_ATUALIZACAO").asString();
     parametros.idLead = static_cast<int32_t>(linhas->FieldByName("ID_LEAD_VW").asInteger());
 
-    control_->progress(++n, total, std::to_string(parametros.idLead) + "/" +
-                                       std::to_string(parametros.sequenciaReenvio));
+    control_->progress(
+        ++n, total,
+        std::to_string(parametros.idLead) + "/" + std::to_string(parametros.sequenciaReenvio));
     TAtualizaLeadsVW worker(conexao_.retornaSQLConnection());
     worker.IntegraLeadsVW = IntegraLeadsVW;
     worker.setClock(clock_);

@@ -25,12 +25,13 @@ size_t occurrences(const std::string& text, const std::string& part) {
 
 class CliServeTest : public FeedbackCliTest {
  protected:
-  std::unique_ptr<ChildProcess> serve(const std::string& intakeEvery, const std::string& resendEvery,
+  std::unique_ptr<ChildProcess> serve(const std::string& intakeEvery,
+                                      const std::string& resendEvery,
                                       const std::string& retryDelay = "0") {
     return std::make_unique<ChildProcess>(std::vector<std::string>{
         (binDir() / "vornleads").string(), "--db", database_.uri(), "--endpoint", sandbox_.url(),
-        "--home", home_.path().string(), "serve", "--intake-every", intakeEvery,
-        "--resend-every", resendEvery, "--retry-delay", retryDelay});
+        "--home", home_.path().string(), "serve", "--intake-every", intakeEvery, "--resend-every",
+        resendEvery, "--retry-delay", retryDelay});
   }
 
   // SIGTERM must end the service within a few seconds, with status 0 and its last word.
@@ -67,8 +68,8 @@ class CliServeTest : public FeedbackCliTest {
 TEST_F(CliServeTest, CyclesAndPassesGoOnThroughFaultsAndTheRestartMessage) {
   addLeadContact(10, 501);
   addUnsentRow(501, 1, 10);
-  sandbox_.addLeads(Json::array(
-      {leadItem(601), leadItem(602), leadItem(603, {{"DataIntencao", "32/01/2025"}})}));
+  sandbox_.addLeads(
+      Json::array({leadItem(601), leadItem(602), leadItem(603, {{"DataIntencao", "32/01/2025"}})}));
   sandbox_.fault({{"operation", "BuscaLeadsStatus"},
                   {"mode", "reject"},
                   {"codigo", 150},
@@ -81,7 +82,8 @@ TEST_F(CliServeTest, CyclesAndPassesGoOnThroughFaultsAndTheRestartMessage) {
       [&] {
         const std::string err = process->err();
         const size_t restart = err.find("o serviço será reiniciado");
-        return restart != std::string::npos && err.find(" intake: ", restart) != std::string::npos &&
+        return restart != std::string::npos &&
+               err.find(" intake: ", restart) != std::string::npos &&
                occurrences(err, " resend: ") >= 2;
       },
       60s))
@@ -104,8 +106,9 @@ TEST_F(CliServeTest, CyclesAndPassesGoOnThroughFaultsAndTheRestartMessage) {
                      "0 closed, 2 failed, 3 confirmed in "),
             std::string::npos)
       << err;
-  EXPECT_GE(occurrences(err, " intake: 1 dealers, 1 leads read, 0 contacts created, 0 linked, "
-                             "0 revised, 0 closed, 1 failed, 0 confirmed in "),
+  EXPECT_GE(occurrences(err,
+                        " intake: 1 dealers, 1 leads read, 0 contacts created, 0 linked, "
+                        "0 revised, 0 closed, 1 failed, 0 confirmed in "),
             5u);
   EXPECT_NE(err.find(" intake failed at step 08 after "), std::string::npos);
   EXPECT_NE(err.find("o serviço será reiniciado (a fresh worker takes over at the next interval)"),
@@ -143,8 +146,10 @@ TEST_F(CliServeTest, DatabaseGoneAtStartIsReportedUntilItIsBack) {
       30s))
       << process->err();
   ASSERT_TRUE(ChildProcess::waitUntil(
-      [&] { return process->err().find(" intake: 1 dealers, 2 leads read, 1 contacts created") !=
-                   std::string::npos; },
+      [&] {
+        return process->err().find(" intake: 1 dealers, 2 leads read, 1 contacts created") !=
+               std::string::npos;
+      },
       30s));
   stop(*process);
 }

@@ -23,8 +23,9 @@ class CliViewsTest : public FeedbackCliTest {
     addLeadContact(9002, 502, 3, false);
     addLeadContact(9003, 503, 3, false);
     db_->execute("INSERT INTO FAT_CLIENTE (CLIENTE, NOME) VALUES (77, 'Ana D''Ávila')");
-    db_->execute("UPDATE CAC_CONTATO SET CLIENTE = 77, SITUACAO = 'A', DTA_CONTATO = "
-                 "'2026-01-05 10:00:00' WHERE CONTATO = 9001");
+    db_->execute(
+        "UPDATE CAC_CONTATO SET CLIENTE = 77, SITUACAO = 'A', DTA_CONTATO = "
+        "'2026-01-05 10:00:00' WHERE CONTATO = 9001");
     db_->execute("UPDATE CAC_CONTATO SET DTA_CONTATO = '2026-02-10 08:30:00' WHERE CONTATO > 9001");
     db_->execute("UPDATE CAC_LEAD_CONTATO SET INTEGRANDO = 'N' WHERE ID_LEAD_VW = 503");
     db_->execute(
@@ -81,7 +82,8 @@ TEST_F(CliViewsTest, UnsentUpdatesAreWhatTheNextResendPassSends) {
   EXPECT_EQ(unsent.out.substr(0, unsent.out.find('\n') + 1),
             "ID_LEAD_VW  SEQUENCIA  STATUS_LEAD  DTA_ATUALIZACAO      ENVIOU  CODIGO_ERRO  "
             "DESCRICAO_ERRO            USUARIO\n");
-  EXPECT_NE(unsent.out.find("\n501         2          10           " + yesterday), std::string::npos);
+  EXPECT_NE(unsent.out.find("\n501         2          10           " + yesterday),
+            std::string::npos);
   EXPECT_NE(unsent.out.find("  N       297          Recusado: / CPF inválido  12\n"),
             std::string::npos)
       << unsent.out;

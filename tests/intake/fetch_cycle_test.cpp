@@ -216,7 +216,9 @@ TEST_F(FetchCycleTest, StopRequestEndsTheCycleAfterTheLeadInHand) {
   control->after = 2;
   std::vector<int32_t> cycles;
   worker().setRunControl(control);
-  worker().aoFimDoCiclo = [&](const TotaisIntake& ciclo) { cycles.push_back(ciclo.contatosCriados); };
+  worker().aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
+    cycles.push_back(ciclo.contatosCriados);
+  };
   worker().buscarLeads();
   EXPECT_EQ(control->reported, (std::vector<std::string>{"1/3 5031", "2/3 5032"}));
   EXPECT_TRUE(worker().interrompido());

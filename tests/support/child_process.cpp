@@ -43,8 +43,7 @@ ChildProcess::~ChildProcess() {
   }
 }
 
-bool ChildProcess::waitUntil(const std::function<bool()>& done,
-                             std::chrono::milliseconds timeout) {
+bool ChildProcess::waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   while (!done()) {
     if (std::chrono::steady_clock::now() > end) return false;
