@@ -6,6 +6,8 @@
 #include <string>
 
 #include "command.h"
+#include "summaries.h"
+#include "terminal_progress.h"
 #include "vornleads/data/aplicacao.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/intake/leads_vw_metodos.h"
@@ -19,11 +21,7 @@ struct IntakeOptions {
 };
 
 std::string resumo(const TotaisIntake& t) {
-  return "intake: " + std::to_string(t.revendas) + " dealers, " + std::to_string(t.leadsLidos) +
-         " leads read, " + std::to_string(t.contatosCriados) + " contacts created, " +
-         std::to_string(t.vinculados) + " linked, " + std::to_string(t.revisados) + " revised, " +
-         std::to_string(t.encerrados) + " closed, " + std::to_string(t.falhas) + " failed, " +
-         std::to_string(t.confirmados) + " confirmed, " + std::to_string(t.ciclos) +
+  return "intake: " + intakeCounts(t) + ", " + std::to_string(t.ciclos) +
          (t.ciclos == 1 ? " cycle" : " cycles");
 }
 
@@ -42,9 +40,13 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
     TLeadsVWMetodosClass worker(aplicacao, *connection);
     worker.IntegraLeadsVW = library.bind();
     worker.setIntervaloRepeticao(options->retryDelay);
+    const auto progress = std::make_shared<TerminalProgress>("intake: lead", nullptr);
+    worker.setRunControl(progress);
     try {
       worker.buscarLeads();
+      progress->clear();
     } catch (const std::exception&) {
+      progress->clear();
       // The leads committed before the failure stay committed: say what was done, then fail.
       if (worker.totais().leadsLidos > 0) std::cout << resumo(worker.totais()) << "\n";
       throw;

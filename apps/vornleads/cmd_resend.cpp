@@ -8,6 +8,8 @@
 #include <string>
 
 #include "command.h"
+#include "summaries.h"
+#include "terminal_progress.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/service/leads_library.h"
@@ -15,11 +17,7 @@
 namespace vornleads::cli {
 namespace {
 
-std::string resumo(const ResendSummary& s) {
-  return "resend: " + std::to_string(s.rowsRead) + " rows read, " + std::to_string(s.sent) +
-         " sent, " + std::to_string(s.rejected) + " rejected, " + std::to_string(s.unsent) +
-         " still unsent";
-}
+std::string resumo(const ResendSummary& s) { return "resend: " + resendCounts(s); }
 
 const RegisterCommand registration(40, [](CLI::App& app, CommandContext& context) {
   CLI::App* command =
@@ -29,9 +27,13 @@ const RegisterCommand registration(40, [](CLI::App& app, CommandContext& context
     const LeadsLibrary library;
     TAtualizaLeadsNaoEnviados pass(*connection);
     pass.IntegraLeadsVW = library.bind();
+    const auto progress = std::make_shared<TerminalProgress>("resend: update", nullptr);
+    pass.setRunControl(progress);
     try {
       pass.iniciaAtualizacao();
+      progress->clear();
     } catch (const std::exception&) {
+      progress->clear();
       std::cout << resumo(pass.summary()) << "\n";
       throw;
     }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "vornleads/feedback/atualiza_leads_vw.h"
+#include "vornleads/feedback/unsent_selection.h"
 #include "vornleads/service/records_working.h"
 
 namespace vornleads {
@@ -33,21 +34,19 @@ void contaResultado(const TAtualizaLeadsVW& worker,
 }  // namespace
 
 TAtualizaLeadsNaoEnviados::TAtualizaLeadsNaoEnviados(SqlConnection& connection)
-    : conexao_(connection), clock_(systemClock()) {}
+    : conexao_(connection), clock_(systemClock()), control_(unattendedRun()) {}
 
 void TAtualizaLeadsNaoEnviados::setClock(std::shared_ptr<Clock> clock) {
   clock_ = clock ? std::move(clock) : systemClock();
 }
 
+void TAtualizaLeadsNaoEnviados::setRunControl(std::shared_ptr<RunControl> control) {
+  control_ = control ? std::move(control) : unattendedRun();
+}
+
 void TAtualizaLeadsNaoEnviados::iniciaAtualizacao() {
-  // clang-format off
-  const auto revendas = conexao_.RetornaDataset(
-      "select EMPRESA, "
-      "       REVENDA "
-      "  from CAC_PARAMETRO "
-      " where UTILIZA_INTEGRACAO_LEADVW = 'S' ");
-  // clang-format on
-  for (; !revendas->Eof(); revendas->Next()) {
+  const auto revendas = conexao_.RetornaDataset(integratedBranchesSql());
+  for (; !revendas->Eof() && !interrompido_; revendas->Next()) {
     empresaAtual = static_cast<int32_t>(revendas->FieldByName("EMPRESA").asInteger());
     revendaAtual = static_cast<int32_t>(revendas->FieldByName("REVENDA").asInteger());
     buscaLeads();
@@ -55,28 +54,14 @@ void TAtualizaLeadsNaoEnviados::iniciaAtualizacao() {
 }
 
 void TAtualizaLeadsNaoEnviados::buscaLeads() {
-  // No ordering: rows come as the database gives them, and each unsent row of a lead is
-  // resent on its own.
-  // clang-format off
-  const auto linhas = conexao_.RetornaDataset(
-      "select CLC.EMPRESA, "
-      "       CLC.REVENDA, "
-      "       CLC.CONTATO, "
-      "       CLC.ID_LEAD_VW, "
-      "       CAL.STATUS_LEAD, "
-      "       CAL.USUARIO, "
-      "       CAL.DTA_REAGENDAMENTO, "
-      "       CAL.DTA_ATUALIZACAO, "
-      "       CAL.SEQUENCIA "
-      "  from CAC_LEAD_CONTATO CLC, "
-      "       CAC_ATUALIZACOES_LEADVW CAL "
-      " where CLC.ID_LEAD_VW = CAL.ID_LEAD_VW "
-      "   and CAL.ENVIOU = 'N' "
-      "   and CLC.INTEGRANDO = 'S' "
-      "   and CLC.EMPRESA = " + std::to_string(empresaAtual) +
-      "   and CLC.REVENDA = " + std::to_string(revendaAtual));
-  // clang-format on
+  const auto linhas = conexao_.RetornaDataset(unsentUpdatesSql(empresaAtual, revendaAtual));
+  const int total = linhas->RecordCount();
+  int n = 0;
   for (; !linhas->Eof(); linhas->Next()) {
+    if (control_->stopRequested()) {
+      interrompido_ = true;
+      return;
+    }
     TParametroPreparaAtualizaLeadVW parametros;
     parametros.empresa = static_cast<int32_t>(linhas->FieldByName("EMPRESA").asInteger());
     parametros.revenda = static_cast<int32_t>(linhas->FieldByName("REVENDA").asInteger());
@@ -95,6 +80,9 @@ void TAtualizaLeadsNaoEnviados::buscaLeads() {
     parametros.dataAtualizacaoReenvio = linhas->FieldByName("DTA_ATUALIZACAO").asString();
     parametros.idLead = static_cast<int32_t>(linhas->FieldByName("ID_LEAD_VW").asInteger());
 
+    control_->progress(
+        ++n, total,
+        std::to_string(parametros.idLead) + "/" + std::to_string(parametros.sequenciaReenvio));
     TAtualizaLeadsVW worker(conexao_.retornaSQLConnection());
     worker.IntegraLeadsVW = IntegraLeadsVW;
     worker.setClock(clock_);

@@ -59,6 +59,7 @@ void TLeadsVWMetodosClass::buscarLeads() {
   // list still in place, so it is read only once.
   bool repetir = true;
   while (repetir) {
+    inicioCiclo_ = totais_;
     ++totais_.ciclos;
     repetir = cicloBusca();
   }
@@ -133,7 +134,16 @@ std::string TLeadsVWMetodosClass::buscaNomeFantasia() {
 
 bool TLeadsVWMetodosClass::verificaLeads(const TRetornoBuscaLeadsClass& Retorno) {
   leadsProcessados_ = std::vector<std::string>{};
-  for (const auto& item : Retorno.Leads) trataLead(item);
+  const int total = static_cast<int>(Retorno.Leads.size());
+  int n = 0;
+  for (const auto& item : Retorno.Leads) {
+    if (control_->stopRequested()) {
+      interrompido_ = true;
+      break;
+    }
+    control_->progress(++n, total, item.IdLead);
+    trataLead(item);
+  }
 
   try {
     validaLeadsProcessados();
@@ -142,9 +152,15 @@ bool TLeadsVWMetodosClass::verificaLeads(const TRetornoBuscaLeadsClass& Retorno)
     gravaLog("", erro.what());
   }
 
-  if (!erroInclusao_) return false;
+  if (aoFimDoCiclo) aoFimDoCiclo(totaisDoCiclo());
+
+  if (!erroInclusao_ || interrompido_) return false;
   ++qtdErros_;
   pause_->sleep(intervaloRepeticao_);
+  if (control_->stopRequested()) {
+    interrompido_ = true;
+    return false;
+  }
   if (qtdErros_ > 5) {
     throw VornError("Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado");
   }

@@ -13,7 +13,8 @@ TLeadsVWMetodosClass::TLeadsVWMetodosClass(TAplicacaoLibrary& Aplicacao,
       listaDN_(std::vector<std::string>{}),
       Aplicacao_(Aplicacao),
       clock_(systemClock()),
-      pause_(systemPause()) {
+      pause_(systemPause()),
+      control_(unattendedRun()) {
   if (Aplicacao_.banco.empty()) Aplicacao_.banco = conexao_.banco();
 }
 
@@ -23,6 +24,24 @@ void TLeadsVWMetodosClass::setClock(std::shared_ptr<Clock> clock) {
 
 void TLeadsVWMetodosClass::setPause(std::shared_ptr<Pause> pause) {
   pause_ = pause ? std::move(pause) : systemPause();
+}
+
+void TLeadsVWMetodosClass::setRunControl(std::shared_ptr<RunControl> control) {
+  control_ = control ? std::move(control) : unattendedRun();
+}
+
+TotaisIntake diferencaTotais(const TotaisIntake& depois, const TotaisIntake& antes) {
+  TotaisIntake d;
+  d.ciclos = depois.ciclos - antes.ciclos;
+  d.revendas = depois.revendas;
+  d.leadsLidos = depois.leadsLidos - antes.leadsLidos;
+  d.contatosCriados = depois.contatosCriados - antes.contatosCriados;
+  d.vinculados = depois.vinculados - antes.vinculados;
+  d.revisados = depois.revisados - antes.revisados;
+  d.encerrados = depois.encerrados - antes.encerrados;
+  d.falhas = depois.falhas - antes.falhas;
+  d.confirmados = depois.confirmados - antes.confirmados;
+  return d;
 }
 
 void TLeadsVWMetodosClass::gravaLog(const std::string& requisicao, const std::string& resposta) {

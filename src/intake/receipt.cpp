@@ -33,6 +33,10 @@ bool identificadorNumerico(const std::string& id) {
 
 void TLeadsVWMetodosClass::validaLeadsProcessados() {
   for (const std::string& id : *leadsProcessados_) {
+    if (control_->stopRequested()) {
+      interrompido_ = true;
+      break;
+    }
     if (!identificadorNumerico(id)) continue;
     auto link = conexao_.RetornaDataset(
         "select EMPRESA, REVENDA, CONTATO   from CAC_LEAD_CONTATO  where ID_LEAD_VW = " + id, "",

@@ -9,35 +9,16 @@
 #include <vector>
 
 #include "feedback_cli.h"
+#include "support/child_process.h"
 #include "support/soap_test_server.h"
 #include "vornleads/text/codepage.h"
 
 namespace vornleads::test {
 namespace {
 
-using Json = SandboxProcess::Json;
-
-Json lead(int id, const Json& changes = Json::object()) {
-  const std::string number = std::to_string(id);
-  Json item = {{"IdLead", number},
-               {"DealerNumber", "1234"},
-               {"Nome", "Cliente " + number},
-               {"CpfCnpj", "4" + std::string(10 - number.size(), '0') + number},
-               {"Email", "c" + number + "@exemplo.com.br"},
-               {"Ddd", 11},
-               {"Telefone", 910000000 + id},
-               {"Modelo", "GOL"},
-               {"DataIntencao", "10/06/2025 10:00:00"},
-               {"Preco", "55000,00"},
-               {"Origem", "Site"},
-               {"Status", 0}};
-  for (const auto& [name, change] : changes.items()) item[name] = change;
-  return item;
-}
-
 class CliIntakeTest : public FeedbackCliTest {
  protected:
-  int64_t count(const std::string& sql) { return db_->query(sql).rows[0][0].asInteger(); }
+  static Json lead(int id, const Json& changes = Json::object()) { return leadItem(id, changes); }
 };
 
 TEST_F(CliIntakeTest, OneCycleEndsWithItsSummary) {
@@ -101,6 +82,27 @@ TEST_F(CliIntakeTest, FailedLeadRepeatsTheCycleAndExitsWithTheRestartMessage) {
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO"), 1);
 }
 
+// Progress shows on a terminal only; the summary stays on standard output either way.
+TEST_F(CliIntakeTest, ProgressOnATerminalOnly) {
+  sandbox_.addLeads(Json::array({lead(1101), lead(1102)}));
+  int status = -1;
+  const std::string terminal = runOnTerminal(
+      {(binDir() / "vornleads").string(), "--db", database_.uri(), "--endpoint", sandbox_.url(),
+       "--home", home_.path().string(), "intake"},
+      status);
+  EXPECT_EQ(status, 0) << terminal;
+  EXPECT_EQ(terminal,
+            "\r\033[Kintake: lead 1 of 2, 1101\r\033[Kintake: lead 2 of 2, 1102\r\033[K"
+            "intake: 1 dealers, 2 leads read, 2 contacts created, 0 linked, 0 revised, 0 closed, "
+            "0 failed, 2 confirmed, 1 cycle\r\n");
+
+  sandbox_.addLeads(Json::array({lead(1103)}));
+  const CliRun piped = vornleads("intake");
+  EXPECT_EQ(piped.err, "");
+  EXPECT_EQ(piped.out.substr(0, 41), "intake: 1 dealers, 1 leads read, 1 contac");
+  EXPECT_EQ(vornleads("intake --retry-delay -5").status, 2);
+}
+
 // Text in the Latin range of Unicode, as windows-1252 bytes.
 std::string windows1252(const std::string& utf8) {
   std::string bytes;
@@ -140,10 +142,6 @@ TEST_F(CliIntakeTest, AWindows1252ReplyIsStoredAsTheTextItStandsFor) {
   const SqlRowSet stored = db_->query("SELECT NOME FROM FAT_CLIENTE");
   ASSERT_EQ(stored.rows.size(), 1u);
   EXPECT_EQ(stored.value(0, "NOME").asString(), "JOÃO DA CONCEIÇÃO");  // names are kept in capitals
-}
-
-TEST_F(CliIntakeTest, NegativeRetryDelayIsAUsageError) {
-  EXPECT_EQ(vornleads("intake --retry-delay -5").status, 2);
 }
 
 // Runs `vornleads intake` once per endpoint, all at the same moment, on the test's database

@@ -8,17 +8,7 @@
 namespace vornleads::test {
 namespace {
 
-class CliResendTest : public FeedbackCliTest {
- protected:
-  void addUnsentRow(int lead, int sequencia, int status,
-                    const std::string& reagendamento = "NULL") {
-    db_->execute(
-        "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-        "DTA_REAGENDAMENTO, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (" +
-        std::to_string(lead) + ", " + std::to_string(sequencia) + ", " + std::to_string(status) +
-        ", " + reagendamento + ", CURRENT_TIMESTAMP - 1, 'N', 297, 12)");
-  }
-};
+using CliResendTest = FeedbackCliTest;
 
 TEST_F(CliResendTest, PassesUntilNothingIsLeft) {
   addLeadContact(10, 501);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "support/firebird_db.h"
+#include "support/fixed_clock.h"
 #include "support/paths.h"
 #include "support/sandbox_process.h"
 #include "vornleads/clock.h"
@@ -23,16 +24,6 @@
 #include "vornleads/service/leads_library.h"
 
 namespace vornleads::test {
-
-class FixedClock : public Clock {
- public:
-  explicit FixedClock(TDateTime now) : now_(now) {}
-  TDateTime now() const override { return now_; }
-  void set(TDateTime now) { now_ = now; }
-
- private:
-  TDateTime now_;
-};
 
 // The process-wide leads service: sandbox, host directory with VornLeadsVW.dll, library.
 class LeadsService {

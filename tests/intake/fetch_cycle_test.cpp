@@ -177,33 +177,72 @@ TEST_F(FetchCycleTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
             std::string::npos);
 }
 
-TEST_F(FetchCycleTest, ServiceFailureRaisesItsMessageAndWritesNothing) {
+// A refusal, a server error, text that is no XML or a SOAP fault: the cycle raises at step 08
+// with the failure logged beside the request that met it, and nothing is written.
+TEST_F(FetchCycleTest, ServiceFailureOrGarbageRaisesAndWritesNothing) {
   sandbox().addLeads(Json::array({leadItem("5020")}));
-  sandbox().fault({{"operation", "BuscaLeadsStatus"},
-                   {"mode", "reject"},
-                   {"codigo", 150},
-                   {"descricao", "Concessionária sem permissão"}});
-  EXPECT_EQ(runCycleExpectingError(), "Concessionária sem permissão");
-  EXPECT_EQ(worker().sPbPasso(), "08");
-  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO"), 0);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), 0);
-  EXPECT_TRUE(sandbox().updates().empty());
-  EXPECT_NE(logText().find("Concessionária sem permissão"), std::string::npos);
-}
-
-TEST_F(FetchCycleTest, ServiceDownOrGarbageRaisesAndWritesNothing) {
-  sandbox().addLeads(Json::array({leadItem("5021")}));
-  for (const char* mode : {"http500", "malformed", "soapfault"}) {
+  for (const char* mode : {"reject", "http500", "malformed", "soapfault"}) {
     SCOPED_TRACE(mode);
-    sandbox().fault({{"operation", "BuscaLeadsStatus"}, {"mode", mode}});
+    sandbox().fault({{"operation", "BuscaLeadsStatus"},
+                     {"mode", mode},
+                     {"codigo", 150},
+                     {"descricao", "Concessionária sem permissão"}});
     const std::string message = runCycleExpectingError();
+    if (std::string(mode) == "reject") {
+      EXPECT_EQ(message, "Concessionária sem permissão");
+    }
     EXPECT_FALSE(message.empty());
     EXPECT_EQ(worker().sPbPasso(), "08");
-    // The failure is in the log beside the request that met it.
     EXPECT_NE(logText().find(message), std::string::npos);
   }
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO"), 0);
+  EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), 0);
   EXPECT_TRUE(sandbox().updates().empty());
+}
+
+// A host's stop request: the lead in hand is finished, no other is started, no receipt is
+// sent after it, and a stop that comes during the pause prevents the repeated cycle.
+TEST_F(FetchCycleTest, StopRequestEndsTheCycleAfterTheLeadInHand) {
+  struct StopAfter : RunControl {
+    int after = 0;
+    std::vector<std::string> reported;
+    bool stopRequested() const override { return after > 0 && int(reported.size()) >= after; }
+    void progress(int n, int total, const std::string& id) override {
+      reported.push_back(std::to_string(n) + "/" + std::to_string(total) + " " + id);
+    }
+  };
+  sandbox().addLeads(Json::array({leadItem("5031"), leadItem("5032"), leadItem("5033")}));
+  const auto control = std::make_shared<StopAfter>();
+  control->after = 2;
+  std::vector<int32_t> cycles;
+  worker().setRunControl(control);
+  worker().aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
+    cycles.push_back(ciclo.contatosCriados);
+  };
+  worker().buscarLeads();
+  EXPECT_EQ(control->reported, (std::vector<std::string>{"1/3 5031", "2/3 5032"}));
+  EXPECT_TRUE(worker().interrompido());
+  EXPECT_EQ(cycles, std::vector<int32_t>{2});
+  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO"), 2);
+  EXPECT_TRUE(confirmedLeads().empty());
+
+  // A lead that fails makes the cycle repeat; the stop arrives while the worker pauses.
+  sandbox().addLeads(Json::array({leadItem("5034", {{"DataIntencao", "32/01/2025"}})}));
+  struct StoppingPause : Pause {
+    std::shared_ptr<StopAfter> control;
+    void sleep(int) override { control->after = 1; }
+  };
+  const auto stopping = std::make_shared<StoppingPause>();
+  stopping->control = std::make_shared<StopAfter>();
+  worker_ = std::make_unique<TLeadsVWMetodosClass>(aplicacao_, *connection_);
+  worker_->IntegraLeadsVW = bridge();
+  worker_->setRunControl(stopping->control);
+  worker_->setPause(stopping);
+  worker_->buscarLeads();
+  EXPECT_EQ(worker_->totais().ciclos, 1);
+  EXPECT_EQ(worker_->totais().falhas, 1);
+  EXPECT_TRUE(worker_->interrompido());
+  EXPECT_EQ(confirmedLeads().size(), 3u) << "5031 to 5033 now confirmed";
 }
 
 TEST_F(FetchCycleTest, ReplyThatIsNoJsonRaisesAConversionError) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/firebird_db.h"
+#include "support/fixed_clock.h"
 #include "support/paths.h"
 #include "support/sandbox_process.h"
 #include "vornleads/clock.h"
@@ -26,15 +27,6 @@ using Json = nlohmann::ordered_json;
 SandboxProcess& sandbox();
 // The bridge of the library edition built beside the tests.
 TIntegraLeadsVW bridge();
-
-class FixedClock : public Clock {
- public:
-  explicit FixedClock(TDateTime now) : now_(now) {}
-  TDateTime now() const override { return now_; }
-
- private:
-  TDateTime now_;
-};
 
 class RecordingPause : public Pause {
  public:

@@ -9,6 +9,9 @@
 // passes do not send them again. Rejections notify nobody (no message callback is given to
 // the workers).
 //
+// With a RunControl (setRunControl), each row is reported before it is sent, and a stop
+// request ends the pass before the next row: the row in hand is sent and journalled first.
+//
 // Errors: nothing is caught here. A worker's exception (no bridge, a preparation failure such
 // as a rescheduling now more than six months ahead, a database error) ends the whole pass and
 // reaches the caller, after the worker and the datasets are released. Failures while sending
@@ -24,6 +27,7 @@
 #include "vornleads/clock.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/sql_connection.h"
+#include "vornleads/run_control.h"
 #include "vornleads/types.h"
 
 namespace vornleads {
@@ -49,6 +53,8 @@ class TAtualizaLeadsNaoEnviados {
 
   // "Now" for the workers (default: the system clock). Never null.
   void setClock(std::shared_ptr<Clock> clock);
+  // Progress reports and stop requests (default: unattendedRun()).
+  void setRunControl(std::shared_ptr<RunControl> control);
 
   // The whole pass over every integrated company/branch.
   void iniciaAtualizacao();
@@ -64,11 +70,15 @@ class TAtualizaLeadsNaoEnviados {
 
   // Counts since construction (both a pass and buscaLeads add to them).
   const ResendSummary& summary() const { return summary_; }
+  // True when a stop request ended the pass before its last row.
+  bool interrompido() const { return interrompido_; }
 
  private:
   TConexaoSimplificada conexao_;
   std::shared_ptr<Clock> clock_;
+  std::shared_ptr<RunControl> control_;
   ResendSummary summary_;
+  bool interrompido_ = false;
 };
 
 }  // namespace vornleads

@@ -22,6 +22,13 @@
 // cycle the worker pauses intervaloRepeticao() ms (default 30000, through its Pause), repeats
 // the cycle five times, and after the sixth pause raises; the host restarts its service.
 //
+// A host that runs the intake unattended gives it a RunControl: the worker reports each lead
+// before handling it, ends the cycle after the lead in hand once a stop is requested (the
+// receipts then stop as well: a linked lead left unconfirmed comes back in the next fetch and
+// is confirmed then), and starts no repeated cycle after a stop, not even when the pause before
+// it ends early. The end-of-cycle callback receives each cycle's own counts, repetitions
+// included, before the pause that precedes a repetition.
+//
 // One worker serves one top-level buscarLeads: the dealer list is read once and released at the
 // end of that call, so a second call on the same worker raises VornError. The worker keeps
 // references to the host's application context and connection (both must outlive it); it owns
@@ -30,6 +37,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,6 +48,7 @@
 #include "vornleads/data/client_dataset.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/sql_connection.h"
+#include "vornleads/run_control.h"
 #include "vornleads/service/records_replies.h"
 #include "vornleads/service/records_working.h"
 #include "vornleads/types.h"
@@ -60,6 +69,9 @@ struct TotaisIntake {
   int32_t confirmados = 0;      // receipts accepted by VW
 };
 
+// The counts gained from `antes` to `depois` (revendas: the later value, it is not a sum).
+TotaisIntake diferencaTotais(const TotaisIntake& depois, const TotaisIntake& antes);
+
 class TLeadsVWMetodosClass {
  public:
   // Fills Aplicacao.banco from the connection when the host left it empty.
@@ -75,6 +87,10 @@ class TLeadsVWMetodosClass {
   void setPause(std::shared_ptr<Pause> pause);
   void setIntervaloRepeticao(int milliseconds) { intervaloRepeticao_ = milliseconds; }
   int intervaloRepeticao() const { return intervaloRepeticao_; }
+  // Progress reports and stop requests (default: unattendedRun()).
+  void setRunControl(std::shared_ptr<RunControl> control);
+  // Called at the end of every cycle with that cycle's own counts; may be empty.
+  std::function<void(const TotaisIntake& ciclo)> aoFimDoCiclo;
 
   // --- fetch cycle ------------------------------------------------------------------------
   void buscarLeads();
@@ -142,6 +158,10 @@ class TLeadsVWMetodosClass {
     return leadsProcessados_;
   }
   const TotaisIntake& totais() const { return totais_; }
+  // The counts of the cycle in hand, or of the last one when none is running.
+  TotaisIntake totaisDoCiclo() const { return diferencaTotais(totais_, inicioCiclo_); }
+  // True when a stop request ended the call before its work was done.
+  bool interrompido() const { return interrompido_; }
   TConexaoSimplificada& conexao() { return conexao_; }
 
  private:
@@ -165,8 +185,11 @@ class TLeadsVWMetodosClass {
 
   std::shared_ptr<Clock> clock_;
   std::shared_ptr<Pause> pause_;
+  std::shared_ptr<RunControl> control_;
   int intervaloRepeticao_ = 30000;
   TotaisIntake totais_;
+  TotaisIntake inicioCiclo_;
+  bool interrompido_ = false;
   Desfecho desfecho_ = Desfecho::Nenhum;  // of the lead being handled
 };
 

@@ -1,0 +1,61 @@
+// vornleads updates [--unsent] [--lead ID] [--json]: the rows of the update journal
+// (CAC_ATUALIZACOES_LEADVW), ordered by lead and sequence. --unsent shows exactly the rows the
+// next resend pass will pick up, in the order it will send them. Read-only.
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "command.h"
+#include "view_table.h"
+#include "vornleads/data/conexao_simplificada.h"
+#include "vornleads/data/sql_connection.h"
+#include "vornleads/feedback/unsent_selection.h"
+
+namespace vornleads::cli {
+namespace {
+
+struct UpdatesOptions {
+  bool unsent = false;
+  std::optional<int64_t> lead;
+  bool json = false;
+};
+
+const RegisterCommand registration(61, [](CLI::App& app, CommandContext& context) {
+  auto options = std::make_shared<UpdatesOptions>();
+  CLI::App* command = app.add_subcommand(
+      "updates", "the update journal: sequence, status, ENVIOU, error code and description");
+  command->add_flag("--unsent", options->unsent, "only what the next resend pass will send");
+  command->add_option("--lead", options->lead, "only this VW lead identifier");
+  command->add_flag("--json", options->json, "a JSON array instead of a table");
+  command->callback([options, &context] {
+    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const SqlRowSet rows = connection->query(
+        "SELECT ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, "
+        "DESCRICAO_ERRO, USUARIO FROM CAC_ATUALIZACOES_LEADVW" +
+        (options->lead ? " WHERE ID_LEAD_VW = " + std::to_string(*options->lead) : "") +
+        " ORDER BY ID_LEAD_VW, SEQUENCIA");
+    ViewTable table({"ID_LEAD_VW", "SEQUENCIA", "STATUS_LEAD", "DTA_ATUALIZACAO", "ENVIOU",
+                     "CODIGO_ERRO", "DESCRICAO_ERRO", "USUARIO"});
+    if (!options->unsent) {
+      for (size_t i = 0; i < rows.rows.size(); ++i) table.add(rows, i);
+    } else {
+      std::map<std::pair<int64_t, int64_t>, size_t> byKey;
+      for (size_t i = 0; i < rows.rows.size(); ++i) {
+        byKey[{rows.value(i, "ID_LEAD_VW").asInteger(), rows.value(i, "SEQUENCIA").asInteger()}] =
+            i;
+      }
+      TConexaoSimplificada conexao(*connection);
+      for (const JournalKey& key : unsentUpdates(conexao)) {
+        const auto found = byKey.find({key.idLead, key.sequencia});
+        if (found != byKey.end()) table.add(rows, found->second);
+      }
+    }
+    table.print(std::cout, options->json);
+  });
+});
+
+}  // namespace
+}  // namespace vornleads::cli

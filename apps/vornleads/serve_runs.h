@@ -1,0 +1,33 @@
+// One intake cycle and one resend pass as `vornleads serve` runs them: each on a connection of
+// its own, opened for the run and closed after it (so a database that went away is simply
+// opened again next time), through the library edition's bridge, with a fresh worker.
+//
+// Each run reports on standard error, one line per cycle (repetitions included, each with its
+// own counts) and per pass, with the time taken; a failure says at which step (sPbPasso) the
+// cycle stopped and why. Nothing escapes a run: every failure is reported and the service goes
+// on at the next interval. A stop request ends a run after the lead or row in hand.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "stop_signal.h"
+#include "vornleads/types.h"
+
+namespace vornleads::cli {
+
+struct ServeSettings {
+  std::string db;                    // the database URI
+  TIntegraLeadsVW bridge;            // IntegraLeadsVW of the library edition
+  std::shared_ptr<StopSignal> stop;  // never null
+  int retryDelay = 30000;            // the intake's pause before a repeated cycle, in ms
+};
+
+void runIntake(const ServeSettings& settings);
+void runResend(const ServeSettings& settings);
+
+// Writes one report line on standard error, after a time stamp; line breaks of the text become
+// " / " so that one report stays one line.
+void reportLine(const std::string& text);
+
+}  // namespace vornleads::cli

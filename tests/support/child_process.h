@@ -1,0 +1,48 @@
+// ChildProcess: a program started by a test that keeps running beside it (vornleads serve),
+// its standard error written to a file the test reads while it runs (standard output too, to
+// a file of its own).
+//
+// The destructor kills (SIGKILL) and reaps a child still running. Not copyable.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/paths.h"
+
+namespace vornleads::test {
+
+class ChildProcess {
+ public:
+  // Starts args[0] with args; std::runtime_error when it cannot be started.
+  explicit ChildProcess(std::vector<std::string> args);
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  std::string err() const { return readFile(dir_ / "err"); }
+
+  // Polls `done` every 50 ms until it holds (true) or the time-out passes (false).
+  static bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
+
+  void signal(int number) const;
+  // The exit status, 128 + the signal that killed it, or -1 when it is still running after
+  // the time-out (it is then killed).
+  int wait(std::chrono::milliseconds timeout);
+
+ private:
+  TempDir dir_{"vornleads-child"};
+  pid_t pid_ = -1;
+};
+
+// Runs args[0] to its end with a pseudo-terminal as its standard input, output and error, and
+// returns what it wrote there (the terminal turns "\n" into "\r\n"); `status` receives the exit
+// status. std::runtime_error when it cannot be started.
+std::string runOnTerminal(std::vector<std::string> args, int& status);
+
+}  // namespace vornleads::test

@@ -1,0 +1,18 @@
+// FixedClock: a Clock that always answers the same date-time.
+#pragma once
+
+#include "vornleads/clock.h"
+
+namespace vornleads::test {
+
+class FixedClock : public Clock {
+ public:
+  explicit FixedClock(TDateTime now) : now_(now) {}
+  TDateTime now() const override { return now_; }
+  void set(TDateTime now) { now_ = now; }
+
+ private:
+  TDateTime now_;
+};
+
+}  // namespace vornleads::test
