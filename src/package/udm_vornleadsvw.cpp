@@ -82,6 +82,9 @@ AnsiString TdmVornLeadsVW::AlteraEnderecoServico(const AnsiString& JSON) {
     // error.byte counts from 1: the character at which the text stopped being JSON.
     throw VornError("AlteraEnderecoServico: o texto recebido não é JSON válido (posição " +
                     std::to_string(error.byte) + ")");
+  } catch (const nlohmann::json::out_of_range&) {
+    // The parser's only other refusal: a number beyond the range of a double.
+    throw VornError("AlteraEnderecoServico: o texto recebido traz um número fora do intervalo");
   }
   if (!parametros.is_object()) {
     throw VornError("AlteraEnderecoServico: o JSON recebido não é um objeto");

@@ -104,7 +104,8 @@ Json parseObject(const std::string& text, const char* recordName) {
   Json parsed;
   try {
     parsed = Json::parse(text);
-  } catch (const Json::parse_error& error) {
+  } catch (const Json::exception& error) {
+    // Not only syntax: a number beyond the range of a double is refused as out_of_range.
     throw ConversionError(std::string("Invalid JSON for ") + recordName + ": " + error.what());
   }
   if (!parsed.is_object()) {

@@ -131,6 +131,8 @@ TEST(FacadeEndereco, TextThatIsNotAJsonObjectRaises) {
   EXPECT_EQ(messageOf(""), "AlteraEnderecoServico: o texto recebido não é JSON válido (posição 1)");
   EXPECT_EQ(messageOf(R"({"NovoEndereco":"x")"),
             "AlteraEnderecoServico: o texto recebido não é JSON válido (posição 20)");
+  EXPECT_EQ(messageOf(R"({"NovoEndereco":"x","Porta":1e400})"),
+            "AlteraEnderecoServico: o texto recebido traz um número fora do intervalo");
   EXPECT_EQ(fachada.endereco(), antes);
 }
 

@@ -128,6 +128,10 @@ TEST(RecordsReading, TextThatIsNotAJsonObject) {
             "Invalid JSON for TStatusClass: [json.exception.parse_error.101] parse error at line "
             "1, column 11: syntax error while parsing value - unexpected end of input; expected "
             "'[', '{', or a literal");
+  // Valid JSON syntax, but beyond the range of a double.
+  EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON(R"({"Codigo":-1e400})"); }),
+            "Invalid JSON for TStatusClass: [json.exception.out_of_range.406] number overflow "
+            "parsing '-1e400'");
   EXPECT_EQ(conversionMessage([] { TStatusClass::FromJSON(""); }),
             "Invalid JSON for TStatusClass: [json.exception.parse_error.101] parse error at line "
             "1, column 1: syntax error while parsing value - unexpected end of input; expected "
