@@ -80,9 +80,10 @@ class TdmVornLeadsVW {
   AnsiString chamaServico(OperacaoServicoLeads operacao, const AnsiString& JSON) const;
 
   std::string sPvEndereco;
-  SqlConnection* sqlConnection = nullptr;        // declared for the session, never assigned
-  const TAplicacaoLibrary* Aplicacao = nullptr;  // declared for the session, never assigned
-  int32_t sessao = 0;                            // declared for the session, never assigned
+  // Declared for the session, never assigned.
+  [[maybe_unused]] SqlConnection* sqlConnection = nullptr;
+  [[maybe_unused]] const TAplicacaoLibrary* Aplicacao = nullptr;
+  [[maybe_unused]] int32_t sessao = 0;
   int receiveTimeoutMs_ = kTempoRecebimentoServicoMs;
 };
 
