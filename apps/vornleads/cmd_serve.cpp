@@ -43,19 +43,30 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
   auto options = std::make_shared<ServeOptions>();
   CLI::App* command =
       app.add_subcommand("serve", "run intake and resend on a schedule until SIGINT or SIGTERM");
-  command
-      ->add_option("--intake-every", options->intakeEvery,
-                   "seconds between intake cycles (default 300; fractions allowed)")
-      ->check(kIntervalRange);
-  command
-      ->add_option("--resend-every", options->resendEvery,
-                   "seconds between resend passes (default 900; fractions allowed)")
-      ->check(kIntervalRange);
+  CLI::Option* intakeEvery =
+      command
+          ->add_option("--intake-every", options->intakeEvery,
+                       "seconds between intake cycles (default: VORNLEADS_INTAKE_EVERY, the "
+                       "configuration file's intake-every, 300; fractions allowed)")
+          ->check(kIntervalRange);
+  CLI::Option* resendEvery =
+      command
+          ->add_option("--resend-every", options->resendEvery,
+                       "seconds between resend passes (default: VORNLEADS_RESEND_EVERY, the "
+                       "configuration file's resend-every, 900; fractions allowed)")
+          ->check(kIntervalRange);
   command
       ->add_option("--retry-delay", options->retryDelay,
                    "pause before a repeated intake cycle, in milliseconds (default 30000)")
       ->check(CLI::NonNegativeNumber);
-  command->callback([options, &context] {
+  command->callback([options, intakeEvery, resendEvery, &context] {
+    // Without the option, the environment, the configuration file or the default decides.
+    if (intakeEvery->count() == 0) {
+      options->intakeEvery = std::stod(context.settings.value("intake-every"));
+    }
+    if (resendEvery->count() == 0) {
+      options->resendEvery = std::stod(context.settings.value("resend-every"));
+    }
     const LeadsLibrary library;
     leaveStopSignalsToHost();
     ServeSettings settings;

@@ -125,6 +125,10 @@ void Settings::resolve(const std::map<std::string, std::string>& options,
     if (option != options.end() && !option->second.empty()) {
       values_[d.key] = {option->second, std::string("option --") + d.key};
     } else if (environment != nullptr && *environment != '\0') {
+      if (!d.valid(environment)) {
+        throw CLI::ValidationError(std::string("environment ") + d.variable + ": \"" + environment +
+                                   "\" is not " + d.expected);
+      }
       values_[d.key] = {environment, std::string("environment ") + d.variable};
     } else if (file.count(d.key)) {
       values_[d.key] = file.at(d.key);

@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "support/child_process.h"
 #include "support/paths.h"
 #include "support/sandbox_process.h"
 
@@ -76,16 +79,29 @@ TEST_F(CliConfigTest, BadLinesAreUsageErrorsNamingFileLineAndKey) {
   EXPECT_NE(missing.err.find("cannot read the configuration file"), std::string::npos);
 }
 
-// What the file says reaches the library edition: the endpoint of the call comes from it.
-TEST_F(CliConfigTest, TheFilesEndpointReachesTheService) {
+// What the file says reaches the library edition (the endpoint of the call) and the service
+// (its intervals).
+TEST_F(CliConfigTest, TheFilesSettingsReachTheServiceAndTheSchedule) {
   SandboxProcess sandbox;
   std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", dir_ / "VornLeadsVW.dll");
   const std::string conf =
-      file("[vornleads]\nendpoint = " + sandbox.url() + "\nhome = " + dir_.path().string() + "\n");
+      file("[vornleads]\nendpoint = " + sandbox.url() + "\nhome = " + dir_.path().string() +
+           "\nintake-every = 0.5\ndb = " + (dir_ / "none.fdb").string() + "\n");
   const Outcome run = vornleads("--config " + conf +
                                 " call BuscaLeadsStatus '{\"DNs\":\"1234\",\"Status\":\"0\"}'");
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_NE(run.out.find("\"Codigo\":0"), std::string::npos) << run.out;
+
+  ChildProcess served({(binDir() / "vornleads").string(), "--config", conf, "serve"});
+  EXPECT_TRUE(ChildProcess::waitUntil(
+      [&] { return served.err().find("serve: intake every") != std::string::npos; },
+      std::chrono::seconds(20)));
+  served.signal(SIGTERM);
+  EXPECT_EQ(served.wait(std::chrono::seconds(20)), 0) << served.err();
+  EXPECT_NE(served.err().find("serve: intake every 0.5 s, resend every 900 s"), std::string::npos)
+      << served.err();
+
+  EXPECT_EQ(vornleads("config", "VORNLEADS_RESEND_EVERY=never").status, 2);
 }
 
 }  // namespace
