@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -107,7 +108,11 @@ std::map<std::string, SettingValue> readFile(const std::string& path) {
   return read;
 }
 
-bool exists(const std::string& path) { return std::ifstream(path).good(); }
+// Present, readable or not: a file the user may not read is an error, never the defaults.
+bool exists(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
 
 }  // namespace
 
