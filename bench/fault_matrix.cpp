@@ -349,12 +349,12 @@ Row updateKilled(const fs::path& bin, std::mt19937& random) {
 }
 
 void print(const std::vector<Row>& rows) {
-  std::cout << std::left << std::setw(8) << "pipeline" << std::setw(32) << "fault" << std::right
+  std::cout << std::left << std::setw(9) << "pipeline" << std::setw(32) << "fault" << std::right
             << std::setw(6) << "runs" << std::setw(10) << "expected" << std::setw(11) << "delivered"
             << std::setw(6) << "lost" << std::setw(12) << "duplicated"
             << "\n";
   for (const Row& r : rows) {
-    std::cout << std::left << std::setw(8) << r.pipeline << std::setw(32) << r.fault << std::right
+    std::cout << std::left << std::setw(9) << r.pipeline << std::setw(32) << r.fault << std::right
               << std::setw(6) << r.runs << std::setw(10) << r.expected << std::setw(11)
               << r.delivered << std::setw(6) << r.lost << std::setw(12) << r.duplicated << "\n";
   }
