@@ -18,11 +18,10 @@ namespace {
 
 class CliIntakeTest : public FeedbackCliTest {
  protected:
-  static Json lead(int id, const Json& changes = Json::object()) { return leadItem(id, changes); }
 };
 
 TEST_F(CliIntakeTest, OneCycleEndsWithItsSummary) {
-  sandbox_.addLeads(Json::array({lead(101), lead(102), lead(103)}));
+  sandbox_.addLeads(Json::array({leadItem(101), leadItem(102), leadItem(103)}));
   const CliRun run = vornleads("intake");
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out,
@@ -40,7 +39,7 @@ TEST_F(CliIntakeTest, OneCycleEndsWithItsSummary) {
 }
 
 TEST_F(CliIntakeTest, ServiceFailureExitsWithItsMessageAndWritesNothing) {
-  sandbox_.addLeads(Json::array({lead(201)}));
+  sandbox_.addLeads(Json::array({leadItem(201)}));
   sandbox_.fault({{"operation", "BuscaLeadsStatus"},
                   {"mode", "reject"},
                   {"codigo", 150},
@@ -69,7 +68,7 @@ TEST_F(CliIntakeTest, ServiceFailureExitsWithItsMessageAndWritesNothing) {
 }
 
 TEST_F(CliIntakeTest, FailedLeadRepeatsTheCycleAndExitsWithTheRestartMessage) {
-  sandbox_.addLeads(Json::array({lead(301), lead(302, {{"DataIntencao", "32/01/2025"}})}));
+  sandbox_.addLeads(Json::array({leadItem(301), leadItem(302, {{"DataIntencao", "32/01/2025"}})}));
   const CliRun run = vornleads("intake --retry-delay 0");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.err.find("vornleads: Ocorreram repetidos erros ao integrar os leads, o serviço "
@@ -84,19 +83,19 @@ TEST_F(CliIntakeTest, FailedLeadRepeatsTheCycleAndExitsWithTheRestartMessage) {
 
 // Progress shows on a terminal only; the summary stays on standard output either way.
 TEST_F(CliIntakeTest, ProgressOnATerminalOnly) {
-  sandbox_.addLeads(Json::array({lead(1101), lead(1102)}));
+  sandbox_.addLeads(Json::array({leadItem(1101), leadItem(1102)}));
   int status = -1;
-  const std::string terminal = runOnTerminal(
-      {(binDir() / "vornleads").string(), "--db", database_.uri(), "--endpoint", sandbox_.url(),
-       "--home", home_.path().string(), "intake"},
-      status);
+  const std::string terminal =
+      runOnTerminal({(binDir() / "vornleads").string(), "--db", database_.uri(), "--endpoint",
+                     sandbox_.url(), "--home", home_.path().string(), "intake"},
+                    status);
   EXPECT_EQ(status, 0) << terminal;
   EXPECT_EQ(terminal,
             "\r\033[Kintake: lead 1 of 2, 1101\r\033[Kintake: lead 2 of 2, 1102\r\033[K"
             "intake: 1 dealers, 2 leads read, 2 contacts created, 0 linked, 0 revised, 0 closed, "
             "0 failed, 2 confirmed, 1 cycle\r\n");
 
-  sandbox_.addLeads(Json::array({lead(1103)}));
+  sandbox_.addLeads(Json::array({leadItem(1103)}));
   const CliRun piped = vornleads("intake");
   EXPECT_EQ(piped.err, "");
   EXPECT_EQ(piped.out.substr(0, 41), "intake: 1 dealers, 1 leads read, 1 contac");
@@ -114,7 +113,7 @@ std::string windows1252(const std::string& utf8) {
 TEST_F(CliIntakeTest, AWindows1252ReplyIsStoredAsTheTextItStandsFor) {
   const std::string leads =
       R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Leads":[)" +
-      lead(501, {{"Nome", "João da Conceição"}}).dump() + "]}";
+      leadItem(501, {{"Nome", "João da Conceição"}}).dump() + "]}";
   const std::string confirmed = R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)"
                                 R"("Retorno":{"Mensagem":"ok","Retorno":"OK"}})";
   std::string fetchReply;
@@ -153,8 +152,8 @@ std::vector<CliRun> intakesAtOnce(const std::vector<std::string>& endpoints,
   for (size_t n = 0; n < endpoints.size(); ++n) {
     const std::string base = (scratch / ("p" + std::to_string(n))).string();
     script += "(" + (binDir() / "vornleads").string() + " --db " + database + " --endpoint " +
-              endpoints[n] + " --home " + home + " intake --retry-delay 200 >" + base +
-              ".out 2>" + base + ".err; echo $? >" + base + ".status) & ";
+              endpoints[n] + " --home " + home + " intake --retry-delay 200 >" + base + ".out 2>" +
+              base + ".err; echo $? >" + base + ".status) & ";
   }
   script += "wait";
   EXPECT_EQ(std::system(script.c_str()), 0);
@@ -173,7 +172,7 @@ std::vector<CliRun> intakesAtOnce(const std::vector<std::string>& endpoints,
 // back and repeats its cycle; it may end with the restart message.
 TEST_F(CliIntakeTest, TwoProcessesOnTheSameLeadsGiveEachLeadOneContact) {
   Json leads = Json::array();
-  for (int id = 401; id <= 440; ++id) leads.push_back(lead(id));
+  for (int id = 401; id <= 440; ++id) leads.push_back(leadItem(id));
   sandbox_.addLeads(leads);
 
   const auto runs = intakesAtOnce({sandbox_.url(), sandbox_.url()}, database_.uri(),
@@ -199,30 +198,30 @@ TEST_F(CliIntakeTest, TwoProcessesOnTheSameLeadsGiveEachLeadOneContact) {
 // for both companies, some of them already customers. No lead may fail over a counter, and
 // every new customer gets a code of its own above the ones the DMS had.
 TEST_F(CliIntakeTest, ThreeProcessesOnTwoCompaniesAndAnAdoptedCustomerBase) {
-  for (const char* sql : {
-           "INSERT INTO GER_REVENDA (EMPRESA, REVENDA, RAZAO_SOCIAL) VALUES (2, 1, 'SEGUNDA')",
-           "INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN, API_AUTOSERVICE_ATIVA) "
-           "VALUES (2, 1, '05678', 'N')",
-           "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW, "
-           "USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7)",
-           "INSERT INTO VEI_PARAMETRO (EMPRESA, REVENDA, TIPO_CONTATO, SUB_TIPO_CONTATO, "
-           "DEPARTAMENTO) VALUES (2, 1, 1, 2, 3)",
-           "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
-           "VALUES (2, 1, 1, 0, 'ADMINISTRADOR', '11122233396')",
-           "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
-           "VALUES (2, 1, 12, 12, 'CARLOS SOUZA', '22233344405')",
-           "INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
-           "TIPO_FORMA_CONTATO) VALUES (2, 4, 'E-MAIL', 1)",
-           "INSERT INTO VEI_MODELO (EMPRESA, MODELO, DES_MODELO) VALUES (2, '1001', 'GOL')"}) {
+  for (const char* sql :
+       {"INSERT INTO GER_REVENDA (EMPRESA, REVENDA, RAZAO_SOCIAL) VALUES (2, 1, 'SEGUNDA')",
+        "INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN, API_AUTOSERVICE_ATIVA) "
+        "VALUES (2, 1, '05678', 'N')",
+        "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW, "
+        "USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7)",
+        "INSERT INTO VEI_PARAMETRO (EMPRESA, REVENDA, TIPO_CONTATO, SUB_TIPO_CONTATO, "
+        "DEPARTAMENTO) VALUES (2, 1, 1, 2, 3)",
+        "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
+        "VALUES (2, 1, 1, 0, 'ADMINISTRADOR', '11122233396')",
+        "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
+        "VALUES (2, 1, 12, 12, 'CARLOS SOUZA', '22233344405')",
+        "INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
+        "TIPO_FORMA_CONTATO) VALUES (2, 4, 'E-MAIL', 1)",
+        "INSERT INTO VEI_MODELO (EMPRESA, MODELO, DES_MODELO) VALUES (2, '1001', 'GOL')"}) {
     db_->execute(sql);
   }
   // Customers 1..20 and 9001..9005, numbered by the DMS without any counter row.
-  for (int cliente : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 9001,
-                      9002, 9003, 9004, 9005}) {
+  for (int cliente : {1,  2,  3,  4,  5,  6,  7,  8,    9,    10,   11,   12,  13,
+                      14, 15, 16, 17, 18, 19, 20, 9001, 9002, 9003, 9004, 9005}) {
     db_->execute("INSERT INTO FAT_CLIENTE (CLIENTE, NOME) VALUES (" + std::to_string(cliente) +
                  ", 'ANTIGO')");
-    db_->execute("INSERT INTO FAT_PESSOA_FISICA (CLIENTE, CPF) VALUES (" +
-                 std::to_string(cliente) + ", '" + std::to_string(70000000000LL + cliente) + "')");
+    db_->execute("INSERT INTO FAT_PESSOA_FISICA (CLIENTE, CPF) VALUES (" + std::to_string(cliente) +
+                 ", '" + std::to_string(70000000000LL + cliente) + "')");
   }
 
   constexpr int kProcessos = 3, kLeads = 16;
@@ -238,14 +237,15 @@ TEST_F(CliIntakeTest, ThreeProcessesOnTwoCompaniesAndAnAdoptedCustomerBase) {
         changes["CpfCnpj"] = std::to_string(70000000000LL + 1 + 4 * p + i / 4);
         ++antigos;
       }
-      leads.push_back(lead(id, changes));
+      leads.push_back(leadItem(id, changes));
     }
     sandboxes.push_back(std::make_unique<SandboxProcess>());
     sandboxes.back()->addLeads(leads);
     endpoints.push_back(sandboxes.back()->url());
   }
 
-  const auto runs = intakesAtOnce(endpoints, database_.uri(), home_.path().string(), scratch_.path());
+  const auto runs =
+      intakesAtOnce(endpoints, database_.uri(), home_.path().string(), scratch_.path());
   for (const CliRun& run : runs) {
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find(" 16 contacts created, 0 linked, 0 revised, 0 closed, 0 failed, "

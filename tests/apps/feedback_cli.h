@@ -25,6 +25,27 @@ struct CliRun {
   std::string err;
 };
 
+// A lead item as the sandbox serves it, for dealer 1234 and the 10th of June 2025, with its
+// members replaced by `changes`.
+inline SandboxProcess::Json leadItem(
+    int id, const SandboxProcess::Json& changes = SandboxProcess::Json::object()) {
+  const std::string number = std::to_string(id);
+  SandboxProcess::Json item = {{"IdLead", number},
+                               {"DealerNumber", "1234"},
+                               {"Nome", "Cliente " + number},
+                               {"CpfCnpj", "4" + std::string(10 - number.size(), '0') + number},
+                               {"Email", "c" + number + "@exemplo.com.br"},
+                               {"Ddd", 11},
+                               {"Telefone", 910000000 + id},
+                               {"Modelo", "GOL"},
+                               {"DataIntencao", "10/06/2025 10:00:00"},
+                               {"Preco", "55000,00"},
+                               {"Origem", "Site"},
+                               {"Status", 0}};
+  for (const auto& [name, change] : changes.items()) item[name] = change;
+  return item;
+}
+
 class FeedbackCliTest : public ::testing::Test {
  protected:
   using Json = SandboxProcess::Json;
@@ -84,26 +105,6 @@ class FeedbackCliTest : public ::testing::Test {
         "VALUES (" +
         std::to_string(lead) + ", " + std::to_string(sequencia) + ", " + std::to_string(status) +
         ", " + reagendamento + ", CURRENT_TIMESTAMP - 1, 'N', 297, '" + descricao + "', 12)");
-  }
-
-  // A lead item as the sandbox serves it, for dealer 1234 and the 10th of June 2025, with its
-  // members replaced by `changes`.
-  static Json leadItem(int id, const Json& changes = Json::object()) {
-    const std::string number = std::to_string(id);
-    Json item = {{"IdLead", number},
-                 {"DealerNumber", "1234"},
-                 {"Nome", "Cliente " + number},
-                 {"CpfCnpj", "4" + std::string(10 - number.size(), '0') + number},
-                 {"Email", "c" + number + "@exemplo.com.br"},
-                 {"Ddd", 11},
-                 {"Telefone", 910000000 + id},
-                 {"Modelo", "GOL"},
-                 {"DataIntencao", "10/06/2025 10:00:00"},
-                 {"Preco", "55000,00"},
-                 {"Origem", "Site"},
-                 {"Status", 0}};
-    for (const auto& [name, change] : changes.items()) item[name] = change;
-    return item;
   }
 
   int64_t count(const std::string& sql) { return db_->query(sql).rows[0][0].asInteger(); }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "apps/feedback_cli.h"
 #include "support/firebird_server.h"
 #include "support/paths.h"
 #include "support/sandbox_process.h"
@@ -21,23 +22,6 @@ using Json = SandboxProcess::Json;
 
 constexpr int kLeads = 240;
 constexpr int kResend = 30;
-
-Json lead(int id, bool bad) {
-  const std::string number = std::to_string(id);
-  return {{"IdLead", number},
-          {"DealerNumber", "1234"},
-          {"Nome", "Cliente " + number},
-          {"CpfCnpj", "5" + std::string(10 - number.size(), '0') + number},
-          {"Email", "s" + number + "@exemplo.com.br"},
-          {"Ddd", 11},
-          {"Telefone", 920000000 + id},
-          {"Modelo", "GOL"},
-          // A date that does not exist fails its lead in every cycle.
-          {"DataIntencao", bad ? "31/02/2025 10:00:00" : "10/06/2025 10:00:00"},
-          {"Preco", "55000,00"},
-          {"Origem", "Site"},
-          {"Status", 0}};
-}
 
 TEST(FirebirdServerConcurrency, TwoIntakesAndAResendPassAtOnce) {
   FirebirdServer server;
@@ -52,7 +36,9 @@ TEST(FirebirdServerConcurrency, TwoIntakesAndAResendPassAtOnce) {
   for (int id = 5001; id < 5001 + kLeads; ++id) {
     const bool bad = id % 10 == 0;
     good += bad ? 0 : 1;
-    leads.push_back(lead(id, bad));
+    // A date that does not exist fails its lead in every cycle.
+    leads.push_back(
+        leadItem(id, bad ? Json{{"DataIntencao", "31/02/2025 10:00:00"}} : Json::object()));
   }
   // Updates left unsent by an earlier pass, on leads of a dealer number the intake does not
   // fetch: contacts numbered far above what the intakes draw.

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "support/fixed_clock.h"
 #include "support/paths.h"
 #include "vornleads/error.h"
 #include "vornleads/package/host_directory.h"
@@ -16,15 +17,7 @@
 namespace vornleads {
 namespace {
 
-class FakeClock : public Clock {
- public:
-  explicit FakeClock(TDateTime now) : now_(now) {}
-  TDateTime now() const override { return now_; }
-  void set(TDateTime now) { now_ = now; }
-
- private:
-  TDateTime now_;
-};
+using test::FixedClock;
 
 const std::string kSep(152, '=');
 
@@ -36,8 +29,8 @@ class LogFileTest : public ::testing::Test {
   std::string file(const std::string& name) const { return test::readFile(home_ / name); }
 
   test::TempDir home_{"vornleads-log"};
-  std::shared_ptr<FakeClock> clock_ =
-      std::make_shared<FakeClock>(EncodeDateTime({2024, 3, 5, 14, 7, 9, 123}));
+  std::shared_ptr<FixedClock> clock_ =
+      std::make_shared<FixedClock>(EncodeDateTime({2024, 3, 5, 14, 7, 9, 123}));
 };
 
 TEST_F(LogFileTest, FacadeEntriesFirstCreatesTheFile) {
