@@ -70,7 +70,8 @@ StatusAnswer healthAnswer(const ServeMetrics& metrics, const JournalProbe& journ
     body["status"] = "failing";
     body["reasons"] = reasons;
   }
-  return {reasons.empty() ? 200 : 503, "application/json", body.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"};
+  return {reasons.empty() ? 200 : 503, "application/json",
+          body.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"};
 }
 
 StatusAnswer metricsAnswer(const ServeMetrics& metrics, const JournalProbe& journal) {

@@ -111,10 +111,11 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
   out.family("vornleads_intake_leads_total", "counter",
              "Leads handled by the intake, by outcome: created (a new CRM contact), linked (to "
              "a contact already scheduled), revised, closed, failed (rolled back).");
-  const std::pair<const char*, int32_t> outcomes[] = {
-      {"created", intake_.contatosCriados}, {"linked", intake_.vinculados},
-      {"revised", intake_.revisados},       {"closed", intake_.encerrados},
-      {"failed", intake_.falhas}};
+  const std::pair<const char*, int32_t> outcomes[] = {{"created", intake_.contatosCriados},
+                                                      {"linked", intake_.vinculados},
+                                                      {"revised", intake_.revisados},
+                                                      {"closed", intake_.encerrados},
+                                                      {"failed", intake_.falhas}};
   for (const auto& [outcome, count] : outcomes) {
     out.sample("vornleads_intake_leads_total", std::string("outcome=\"") + outcome + "\"", count);
   }
@@ -147,8 +148,8 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
   for (const auto& [operation, h] : calls_) {
     const std::string label = "operation=\"" + operation + "\"";
     for (size_t i = 0; i < kBuckets.size(); ++i) {
-      out.sample(std::string(histogram) + "_bucket",
-                 label + ",le=\"" + number(kBuckets[i]) + "\"", static_cast<double>(h.buckets[i]));
+      out.sample(std::string(histogram) + "_bucket", label + ",le=\"" + number(kBuckets[i]) + "\"",
+                 static_cast<double>(h.buckets[i]));
     }
     out.sample(std::string(histogram) + "_bucket", label + ",le=\"+Inf\"",
                static_cast<double>(h.count));

@@ -132,8 +132,7 @@ void runIntake(const ServeSettings& settings) {
     progress->clear();
     const bool restart = worker.qtdErros() > 5;
     const double seconds = elapsed(cycleStart);
-    const std::string failure =
-        "intake failed at step " + worker.sPbPasso() + ": " + error.what();
+    const std::string failure = "intake failed at step " + worker.sPbPasso() + ": " + error.what();
     // The cycles before the restart message were reported (and counted) as they ended.
     settings.metrics->intakeCycle(restart ? TotaisIntake{} : worker.totaisDoCiclo(), seconds,
                                   failure);

@@ -17,16 +17,16 @@
 
 #include "serve_metrics.h"
 #include "stop_signal.h"
-#include "watchdog.h"
 #include "vornleads/types.h"
+#include "watchdog.h"
 
 namespace vornleads::cli {
 
 struct ServeSettings {
-  std::string db;                    // the database URI
-  TIntegraLeadsVW bridge;            // IntegraLeadsVW of the library edition
-  std::shared_ptr<StopSignal> stop;  // never null
-  int retryDelay = 30000;            // the intake's pause before a repeated cycle, in ms
+  std::string db;                         // the database URI
+  TIntegraLeadsVW bridge;                 // IntegraLeadsVW of the library edition
+  std::shared_ptr<StopSignal> stop;       // never null
+  int retryDelay = 30000;                 // the intake's pause before a repeated cycle, in ms
   std::shared_ptr<ServeMetrics> metrics;  // never null
   std::shared_ptr<Watchdog> watchdog;     // never null
 };
