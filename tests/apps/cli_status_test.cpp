@@ -77,9 +77,7 @@ TEST_F(CliStatusTest, HealthFollowsTheDatabaseWhileMetricsAlwaysAnswer) {
 
   const Page healthy = get("/health");
   EXPECT_EQ(healthy.status, 200) << healthy.body;
-  const Json body = Json::parse(healthy.body);
-  EXPECT_EQ(body["status"], "ok");
-  EXPECT_EQ(body["unsent_updates"], 0);
+  EXPECT_EQ(Json::parse(healthy.body)["unsent_updates"], 0);
 
   // Permissions do not stop root, which the test machines often are: the file is moved away.
   const std::filesystem::path away = database_.path().string() + ".away";
@@ -150,7 +148,9 @@ TEST_F(CliStatusTest, MetricsCountWhatTheSandboxSaw) {
 TEST_F(CliStatusTest, StatusPortInUseEndsTheServiceAtStart) {
   httplib::Server holder;
   const int port = holder.bind_to_any_port("127.0.0.1");
-  const CliRun run = vornleads("serve --status-port " + std::to_string(port));
+  // The default address; a serve that did start must not hold the test up.
+  environment_ = "VORNLEADS_STATUS_PORT=" + std::to_string(port) + " timeout 20";
+  const CliRun run = vornleads("serve");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "vornleads: status server: cannot listen on 127.0.0.1 port " +
                          std::to_string(port) + ": Address already in use\n");
