@@ -47,13 +47,14 @@ class Exposition {
   std::ostringstream out_;
 };
 
-void lastRun(Exposition& out, const char* run, const std::optional<RunEnd>& end) {
+void lastRun(Exposition& out, const char* run, const char* what, const std::optional<RunEnd>& end) {
   const std::string prefix = std::string("vornleads_") + run;
   const std::string at = prefix + "_timestamp_seconds";
   const std::string took = prefix + "_duration_seconds";
-  out.family(at.c_str(), "gauge", "When it ended, in seconds since the Unix epoch.");
+  out.family(at.c_str(), "gauge",
+             ("When " + std::string(what) + " ended, in seconds since the Unix epoch.").c_str());
   if (end) out.sample(at, "", unixSeconds(end->at));
-  out.family(took.c_str(), "gauge", "How long it took.");
+  out.family(took.c_str(), "gauge", ("How long " + std::string(what) + " took.").c_str());
   if (end) out.sample(took, "", end->seconds);
 }
 
@@ -136,8 +137,8 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
              "Resend passes, by outcome: completed or failed.");
   out.sample("vornleads_resend_passes_total", "outcome=\"completed\"", resendPasses_[0]);
   out.sample("vornleads_resend_passes_total", "outcome=\"failed\"", resendPasses_[1]);
-  lastRun(out, "intake_last_cycle", lastIntake_);
-  lastRun(out, "resend_last_pass", lastResend_);
+  lastRun(out, "intake_last_cycle", "the last intake cycle", lastIntake_);
+  lastRun(out, "resend_last_pass", "the last resend pass", lastResend_);
   out.family("vornleads_database_up", "gauge", "1 when the database answered this scrape.");
   out.sample("vornleads_database_up", "", unsentRows ? 1 : 0);
   out.family("vornleads_journal_unsent_rows", "gauge",

@@ -132,7 +132,7 @@ void runIntake(const ServeSettings& settings) {
     progress->clear();
     const bool restart = worker.qtdErros() > 5;
     const double seconds = elapsed(cycleStart);
-    const std::string failure = "intake failed at step " + worker.sPbPasso() + ": " + error.what();
+    const std::string failure = "failed at step " + worker.sPbPasso() + ": " + error.what();
     // The cycles before the restart message were reported (and counted) as they ended.
     settings.metrics->intakeCycle(restart ? TotaisIntake{} : worker.totaisDoCiclo(), seconds,
                                   failure);
@@ -165,8 +165,7 @@ void runResend(const ServeSettings& settings) {
   } catch (const std::exception& error) {
     progress->clear();
     const double seconds = elapsed(start);
-    settings.metrics->resendPass(pass.summary(), seconds,
-                                 std::string("resend failed: ") + error.what());
+    settings.metrics->resendPass(pass.summary(), seconds, std::string("failed: ") + error.what());
     reportLine("resend failed after " + secondsText(seconds) + ": " + error.what() + " (" +
                resendCounts(pass.summary()) + ")");
   }

@@ -42,6 +42,7 @@ class BlockedStopSignals {
 
 StatusServer::StatusServer(const std::string& bind, int port, StatusPages pages)
     : server_(std::make_unique<httplib::Server>()), bind_(bind) {
+  // The library owns (and deletes) the queue it is handed.
   server_->new_task_queue = [] { return new httplib::ThreadPool(2); };
   // Only a port nobody listens on: the library's default (SO_REUSEPORT) would let a second
   // service share the first one's port without a word.

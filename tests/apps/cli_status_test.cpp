@@ -141,7 +141,7 @@ TEST_F(CliStatusTest, MetricsCountWhatTheSandboxSaw) {
 
   const Page health = get("/health");
   EXPECT_EQ(health.status, 503);
-  EXPECT_NE(health.body.find("\"intake: intake failed at step 08: "), std::string::npos);
+  EXPECT_NE(health.body.find("\"intake: failed at step 08: "), std::string::npos);
   stop(*process);
 }
 
