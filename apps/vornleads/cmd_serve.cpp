@@ -1,9 +1,16 @@
-// vornleads serve [--intake-every S] [--resend-every S] [--retry-delay MS]: the intake cycle and
+// vornleads serve [--intake-every S] [--resend-every S] [--retry-delay MS]
+//                 [--status-port P [--status-bind ADDR]]: the intake cycle and
 // the resend pass on their own schedules until SIGINT or SIGTERM, as the DMS's scheduled service
 // runs them. Every cycle gets a fresh worker and its own connection; a cycle ending in the
 // restart message is reported and the next interval starts a fresh worker. A stop lets the
 // lead or update in hand finish, cuts any pause short, and ends with exit status 0. Only a
-// library edition that cannot be loaded ends the service at start (exit status 1).
+// library edition that cannot be loaded or a status port it cannot listen on ends the service
+// at start (exit status 1).
+//
+// With a status port, GET /health and GET /metrics answer on it (serve_health.h). Under
+// systemd (Type=notify) the service says READY=1 once the status server listens, before the
+// first cycle, STOPPING=1 when it sees the stop, and feeds the watchdog while it works
+// (watchdog.h).
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -12,8 +19,11 @@
 #include <vector>
 
 #include "command.h"
+#include "data/firebird_shared_mode.h"
+#include "serve_health.h"
 #include "serve_runs.h"
 #include "serve_schedule.h"
+#include "status_server.h"
 #include "vornleads/data/engine_signals.h"
 #include "vornleads/service/leads_library.h"
 
@@ -24,6 +34,8 @@ struct ServeOptions {
   double intakeEvery = 300;
   double resendEvery = 900;
   int retryDelay = 30000;
+  int statusPort = -1;  // none
+  std::string statusBind;
 };
 
 // From a millisecond to a year.
@@ -59,7 +71,18 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
       ->add_option("--retry-delay", options->retryDelay,
                    "pause before a repeated intake cycle, in milliseconds (default 30000)")
       ->check(CLI::NonNegativeNumber);
-  command->callback([options, intakeEvery, resendEvery, &context] {
+  CLI::Option* statusPort =
+      command
+          ->add_option("--status-port", options->statusPort,
+                       "serve GET /health and GET /metrics on this port, 0 for any free one "
+                       "(default: VORNLEADS_STATUS_PORT, the configuration file's status-port, "
+                       "none)")
+          ->check(CLI::Range(0, 65535));
+  CLI::Option* statusBind = command->add_option(
+      "--status-bind", options->statusBind,
+      "the status server's address (default: VORNLEADS_STATUS_BIND, the configuration file's "
+      "status-bind, 127.0.0.1)");
+  command->callback([options, intakeEvery, resendEvery, statusPort, statusBind, &context] {
     // Without the option, the environment, the configuration file or the default decides.
     if (intakeEvery->count() == 0) {
       options->intakeEvery = std::stod(context.settings.value("intake-every"));
@@ -67,6 +90,10 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     if (resendEvery->count() == 0) {
       options->resendEvery = std::stod(context.settings.value("resend-every"));
     }
+    if (statusPort->count() == 0 && !context.settings.value("status-port").empty()) {
+      options->statusPort = std::stoi(context.settings.value("status-port"));
+    }
+    if (statusBind->count() == 0) options->statusBind = context.settings.value("status-bind");
     const LeadsLibrary library;
     leaveStopSignalsToHost();
     ServeSettings settings;
@@ -74,13 +101,31 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     settings.bridge = library.bind();
     settings.stop = std::make_shared<StopSignal>();
     settings.retryDelay = options->retryDelay;
+    settings.metrics = std::make_shared<ServeMetrics>();
+    settings.watchdog = std::make_shared<Watchdog>(systemdNotifier(), systemdWatchdogInterval());
+
+    // The embedded engine's set-up touches the environment: done before other threads start.
+    useSharedEmbeddedFirebird();
+    std::unique_ptr<StatusServer> status;
+    if (options->statusPort >= 0) {
+      const std::string db = settings.db;
+      const std::shared_ptr<const ServeMetrics> metrics = settings.metrics;
+      status = std::make_unique<StatusServer>(
+          options->statusBind, options->statusPort,
+          StatusPages{[db, metrics] { return healthAnswer(*metrics, probeJournal(db)); },
+                      [db, metrics] { return metricsAnswer(*metrics, probeJournal(db)); }});
+    }
 
     // The database URI stays out of the report: a server's may hold its password.
     reportLine("serve: intake every " + secondsText(options->intakeEvery) + " s, resend every " +
-               secondsText(options->resendEvery) + " s, library " + library.file().string());
+               secondsText(options->resendEvery) + " s, library " + library.file().string() +
+               (status ? ", status on " + status->url() : ""));
+    settings.watchdog->ready();
+    FeedingPause pause(settings.stop, settings.watchdog);
     runSchedule({{interval(options->intakeEvery), [&settings] { runIntake(settings); }},
                  {interval(options->resendEvery), [&settings] { runResend(settings); }}},
-                *settings.stop, *settings.stop);
+                pause, *settings.stop);
+    settings.watchdog->stopping();
     reportLine("serve: stopped by " + settings.stop->signalName());
   });
 });

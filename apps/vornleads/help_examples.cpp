@@ -20,7 +20,7 @@ const std::pair<const char*, const char*> kExamples[] = {
      "vornleads call BuscaLeadsStatus -"},
     {"serve",
      "vornleads --db /var/lib/vornleads/dms.fdb --home /opt/vornleads serve "
-     "--intake-every 300 --resend-every 900"},
+     "--intake-every 300 --resend-every 900 --status-port 9100"},
     {"leads", "vornleads leads --since 2026-01-01 --json"},
     {"updates", "vornleads updates --unsent --lead 4711"},
     {"log", "vornleads log --day 2026-03-07 --kind intake"},

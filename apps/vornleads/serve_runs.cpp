@@ -18,11 +18,36 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-std::string secondsSince(SteadyClock::time_point start) {
-  const double seconds = std::chrono::duration<double>(SteadyClock::now() - start).count();
+double elapsed(SteadyClock::time_point start) {
+  return std::chrono::duration<double>(SteadyClock::now() - start).count();
+}
+
+std::string secondsText(double seconds) {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f s", seconds);
   return text;
+}
+
+// The library edition's bridge, timed into the metrics, with the watchdog fed on both sides
+// of every call (a call may take up to the receive time-out).
+TIntegraLeadsVW timedBridge(const ServeSettings& settings) {
+  return [bridge = settings.bridge, metrics = settings.metrics, watchdog = settings.watchdog](
+             int32_t service, const AnsiString& json) {
+    watchdog->feed();
+    const SteadyClock::time_point start = SteadyClock::now();
+    const auto record = [&] {
+      metrics->serviceCall(service, elapsed(start));
+      watchdog->feed();
+    };
+    try {
+      AnsiString reply = bridge(service, json);
+      record();
+      return reply;
+    } catch (...) {
+      record();
+      throw;
+    }
+  };
 }
 
 std::string stopNote(const StopSignal& stop) {
@@ -45,10 +70,13 @@ class MarkingPause : public Pause {
 };
 
 // Opens the run's connection; reports and answers null when the database cannot be reached.
-std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db) {
+// `failure` receives the reason.
+std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db,
+                                       std::string& failure) {
   try {
     return OpenConnection(db);
   } catch (const std::exception& error) {
+    failure = std::string("database unavailable: ") + error.what();
     reportLine(std::string(run) + " failed: database unavailable, trying again at the next " +
                "interval: " + error.what());
     return nullptr;
@@ -73,27 +101,42 @@ void reportLine(const std::string& message) {
 
 void runIntake(const ServeSettings& settings) {
   SteadyClock::time_point cycleStart = SteadyClock::now();
-  const std::unique_ptr<SqlConnection> connection = openFor("intake", settings.db);
-  if (!connection) return;
+  std::string unavailable;
+  const std::unique_ptr<SqlConnection> connection = openFor("intake", settings.db, unavailable);
+  if (!connection) {
+    settings.metrics->intakeCycle({}, elapsed(cycleStart), unavailable);
+    return;
+  }
   TAplicacaoLibrary aplicacao;
   TLeadsVWMetodosClass worker(aplicacao, *connection);
-  worker.IntegraLeadsVW = settings.bridge;
+  worker.IntegraLeadsVW = timedBridge(settings);
   worker.setIntervaloRepeticao(settings.retryDelay);
-  worker.setPause(std::make_shared<MarkingPause>(settings.stop, cycleStart));
+  worker.setPause(std::make_shared<MarkingPause>(
+      std::make_shared<FeedingPause>(settings.stop, settings.watchdog), cycleStart));
   const auto progress = std::make_shared<TerminalProgress>("intake: lead", settings.stop.get());
-  worker.setRunControl(progress);
+  worker.setRunControl(std::make_shared<FeedingRunControl>(progress, settings.watchdog));
+  int cycles = 0;
   worker.aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
     progress->clear();
-    reportLine("intake: " + intakeCounts(ciclo) + " in " + secondsSince(cycleStart) +
+    ++cycles;
+    const double seconds = elapsed(cycleStart);
+    settings.metrics->intakeCycle(ciclo, seconds, "");
+    reportLine("intake: " + intakeCounts(ciclo) + " in " + secondsText(seconds) +
                stopNote(*settings.stop));
   };
   try {
     worker.buscarLeads();
+    // A run without a cycle (no dealer takes part) still ended as expected.
+    if (cycles == 0) settings.metrics->intakeCycle({}, elapsed(cycleStart), "");
   } catch (const std::exception& error) {
     progress->clear();
     const bool restart = worker.qtdErros() > 5;
-    // The cycles before the restart message were reported as they ended.
-    reportLine("intake failed at step " + worker.sPbPasso() + " after " + secondsSince(cycleStart) +
+    const double seconds = elapsed(cycleStart);
+    const std::string failure = "failed at step " + worker.sPbPasso() + ": " + error.what();
+    // The cycles before the restart message were reported (and counted) as they ended.
+    settings.metrics->intakeCycle(restart ? TotaisIntake{} : worker.totaisDoCiclo(), seconds,
+                                  failure);
+    reportLine("intake failed at step " + worker.sPbPasso() + " after " + secondsText(seconds) +
                ": " + error.what() +
                (restart ? " (a fresh worker takes over at the next interval)"
                         : " (" + intakeCounts(worker.totaisDoCiclo()) + ")"));
@@ -102,20 +145,28 @@ void runIntake(const ServeSettings& settings) {
 
 void runResend(const ServeSettings& settings) {
   const SteadyClock::time_point start = SteadyClock::now();
-  const std::unique_ptr<SqlConnection> connection = openFor("resend", settings.db);
-  if (!connection) return;
+  std::string unavailable;
+  const std::unique_ptr<SqlConnection> connection = openFor("resend", settings.db, unavailable);
+  if (!connection) {
+    settings.metrics->resendPass({}, elapsed(start), unavailable);
+    return;
+  }
   TAtualizaLeadsNaoEnviados pass(*connection);
-  pass.IntegraLeadsVW = settings.bridge;
+  pass.IntegraLeadsVW = timedBridge(settings);
   const auto progress = std::make_shared<TerminalProgress>("resend: update", settings.stop.get());
-  pass.setRunControl(progress);
+  pass.setRunControl(std::make_shared<FeedingRunControl>(progress, settings.watchdog));
   try {
     pass.iniciaAtualizacao();
     progress->clear();
-    reportLine("resend: " + resendCounts(pass.summary()) + " in " + secondsSince(start) +
+    const double seconds = elapsed(start);
+    settings.metrics->resendPass(pass.summary(), seconds, "");
+    reportLine("resend: " + resendCounts(pass.summary()) + " in " + secondsText(seconds) +
                stopNote(*settings.stop));
   } catch (const std::exception& error) {
     progress->clear();
-    reportLine("resend failed after " + secondsSince(start) + ": " + error.what() + " (" +
+    const double seconds = elapsed(start);
+    settings.metrics->resendPass(pass.summary(), seconds, std::string("failed: ") + error.what());
+    reportLine("resend failed after " + secondsText(seconds) + ": " + error.what() + " (" +
                resendCounts(pass.summary()) + ")");
   }
 }

@@ -38,6 +38,14 @@ bool seconds(const std::string& value) {
          number <= 31536000.0;
 }
 
+bool port(const std::string& value) {
+  if (value.empty() || value.size() > 5) return false;
+  for (char c : value) {
+    if (!std::isdigit(static_cast<unsigned char>(c))) return false;
+  }
+  return std::stol(value) <= 65535;
+}
+
 bool codePage(const std::string& value) {
   std::string upper;
   for (char c : value) upper += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -54,7 +62,16 @@ const Definition kDefinitions[] = {
     {"receive-timeout-ms", "VORNLEADS_RECEIVE_TIMEOUT_MS", "180000", positiveInteger,
      "a positive number of milliseconds"},
     {"ca-file", "VORNLEADS_CA_FILE", "", anyText, "a PEM file"},
+    {"status-port", "VORNLEADS_STATUS_PORT", "", port, "a port number, 0 to 65535"},
+    {"status-bind", "VORNLEADS_STATUS_BIND", "127.0.0.1", anyText, "an address"},
 };
+
+// How describe() shows a setting left empty.
+const char* emptyShown(const std::string& key) {
+  if (key == "home") return "(the program's own directory)";
+  if (key == "status-port") return "(none: serve runs no status server)";
+  return "(the system's authorities)";
+}
 
 const Definition* definition(const std::string& key) {
   for (const Definition& d : kDefinitions) {
@@ -150,9 +167,7 @@ std::vector<std::string> Settings::describe() const {
   for (const Definition& d : kDefinitions) {
     const SettingValue& setting = values_.at(d.key);
     std::string shown = maskPassword(setting.value);
-    if (shown.empty())
-      shown = d.key == std::string("home") ? "(the program's own directory)"
-                                           : "(the system's authorities)";
+    if (shown.empty()) shown = emptyShown(d.key);
     std::string line = std::string(d.key) + " = " + shown;
     line.resize(std::max<size_t>(line.size() + 2, 60), ' ');
     lines.push_back(line + "(" + setting.source + ")");

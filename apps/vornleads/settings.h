@@ -15,6 +15,8 @@
 //   codepage = UTF-8
 //   receive-timeout-ms = 180000
 //   ca-file = /etc/ssl/certs/dealer-ca.pem
+//   status-port = 9100
+//   status-bind = 127.0.0.1
 //
 // An unknown section or key, a line that is not "key = value", or a value that does not parse
 // is a usage error (CLI::ValidationError, exit status 2) naming the file, the line and the key;

@@ -1,0 +1,88 @@
+#include "status_server.h"
+
+#include <httplib.h>
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "vornleads/error.h"
+
+namespace vornleads::cli {
+namespace {
+
+void answer(httplib::Response& response, const std::function<StatusAnswer()>& page) {
+  const StatusAnswer answer = page();
+  response.status = answer.status;
+  response.set_content(answer.body, answer.contentType.c_str());
+}
+
+// Blocks SIGINT and SIGTERM in the calling thread while it lives; threads started meanwhile
+// keep them blocked.
+class BlockedStopSignals {
+ public:
+  BlockedStopSignals() {
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGINT);
+    sigaddset(&stop, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &stop, &previous_);
+  }
+  ~BlockedStopSignals() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+  BlockedStopSignals(const BlockedStopSignals&) = delete;
+  BlockedStopSignals& operator=(const BlockedStopSignals&) = delete;
+
+ private:
+  sigset_t previous_;
+};
+
+}  // namespace
+
+StatusServer::StatusServer(const std::string& bind, int port, StatusPages pages)
+    : server_(std::make_unique<httplib::Server>()), bind_(bind) {
+  // The library owns (and deletes) the queue it is handed.
+  server_->new_task_queue = [] { return new httplib::ThreadPool(2); };
+  // Only a port nobody listens on: the library's default (SO_REUSEPORT) would let a second
+  // service share the first one's port without a word.
+  server_->set_socket_options([](socket_t sock) {
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  });
+  server_->Get("/health", [pages](const httplib::Request&, httplib::Response& response) {
+    answer(response, pages.health);
+  });
+  server_->Get("/metrics", [pages](const httplib::Request&, httplib::Response& response) {
+    answer(response, pages.metrics);
+  });
+  errno = 0;
+  if (port == 0) {
+    port_ = server_->bind_to_any_port(bind);
+  } else if (server_->bind_to_port(bind, port)) {
+    port_ = port;
+  }
+  if (port_ <= 0) {
+    const int error = errno;
+    throw VornError("status server: cannot listen on " + bind + " port " + std::to_string(port) +
+                    ": " + (error != 0 ? std::strerror(error) : "no such local address"));
+  }
+  const BlockedStopSignals blocked;
+  thread_ = std::thread([this] { server_->listen_after_bind(); });
+}
+
+StatusServer::~StatusServer() {
+  // A stop that came before the thread got to listening would be lost: wait for it (briefly).
+  for (int i = 0; i < 2000 && !server_->is_running(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  server_->stop();
+  thread_.join();
+}
+
+std::string StatusServer::url() const {
+  const std::string host = bind_.find(':') != std::string::npos ? "[" + bind_ + "]" : bind_;
+  return "http://" + host + ":" + std::to_string(port_);
+}
+
+}  // namespace vornleads::cli
