@@ -76,6 +76,15 @@ inline std::string leadsReply(const std::string& leads = "") {
   return R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Leads":[)" + leads + "]}";
 }
 
+// The reply of AtualizaLeads (and of an update) with its status; the message is the
+// description unless given.
+inline std::string retorno(int codigo, const std::string& descricao,
+                           const std::optional<std::string>& mensagem = std::nullopt) {
+  return R"({"Status":{"Codigo":)" + std::to_string(codigo) + R"(,"Descricao":")" + descricao +
+         R"(","Versao":"1.0"},"Retorno":{"Mensagem":")" + mensagem.value_or(descricao) +
+         R"(","Retorno":")" + (codigo ? "ERRO" : "OK") + "\"}}";
+}
+
 class CliTest : public ::testing::Test {
  protected:
   explicit CliTest(std::optional<SandboxTls> tls = std::nullopt)

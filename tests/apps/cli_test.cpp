@@ -108,23 +108,22 @@ TEST_F(CliTest, IntakeStoresAWindows1252ReplyAsTheTextItStandsFor) {
 // for both companies, some of them already customers. No lead may fail over a counter, and
 // every new customer gets a code of its own above the ones the DMS had.
 TEST_F(CliTest, ThreeProcessesOnTwoCompaniesAndAnAdoptedCustomerBase) {
-  for (const char* sql :
-       {"INSERT INTO GER_REVENDA (EMPRESA, REVENDA, RAZAO_SOCIAL) VALUES (2, 1, 'SEGUNDA')",
-        "INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN, API_AUTOSERVICE_ATIVA) "
-        "VALUES (2, 1, '05678', 'N')",
-        "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW, "
-        "USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7)",
-        "INSERT INTO VEI_PARAMETRO (EMPRESA, REVENDA, TIPO_CONTATO, SUB_TIPO_CONTATO, "
-        "DEPARTAMENTO) VALUES (2, 1, 1, 2, 3)",
-        "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
-        "VALUES (2, 1, 1, 0, 'ADMINISTRADOR', '11122233396')",
-        "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF) "
-        "VALUES (2, 1, 12, 12, 'CARLOS SOUZA', '22233344405')",
-        "INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
-        "TIPO_FORMA_CONTATO) VALUES (2, 4, 'E-MAIL', 1)",
-        "INSERT INTO VEI_MODELO (EMPRESA, MODELO, DES_MODELO) VALUES (2, '1001', 'GOL')"}) {
-    db_->execute(sql);
-  }
+  database_.isql(R"(
+    INSERT INTO GER_REVENDA (EMPRESA, REVENDA, RAZAO_SOCIAL) VALUES (2, 1, 'SEGUNDA');
+    INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN, API_AUTOSERVICE_ATIVA)
+      VALUES (2, 1, '05678', 'N');
+    INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW,
+      USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7);
+    INSERT INTO VEI_PARAMETRO (EMPRESA, REVENDA, TIPO_CONTATO, SUB_TIPO_CONTATO, DEPARTAMENTO)
+      VALUES (2, 1, 1, 2, 3);
+    INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF)
+      VALUES (2, 1, 1, 0, 'ADMINISTRADOR', '11122233396');
+    INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF)
+      VALUES (2, 1, 12, 12, 'CARLOS SOUZA', '22233344405');
+    INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, TIPO_FORMA_CONTATO)
+      VALUES (2, 4, 'E-MAIL', 1);
+    INSERT INTO VEI_MODELO (EMPRESA, MODELO, DES_MODELO) VALUES (2, '1001', 'GOL');
+    COMMIT;)");
   // Customers 1..20 and 9001..9005, numbered by the DMS without any counter row.
   for (int cliente = 1; cliente <= 9005; cliente = cliente == 20 ? 9001 : cliente + 1) {
     const std::string c = std::to_string(cliente);
@@ -195,24 +194,20 @@ TEST_F(CliTest, ResendPassesUntilNothingIsLeft) {
             "vornleads: Não é possível reagendar para um período maior que 6 meses\n");
 }
 
-std::string reply(int codigo, const std::string& descricao, const std::string& mensagem,
-                  const std::string& retorno) {
-  return R"({"Status":{"Codigo":)" + std::to_string(codigo) + R"(,"Descricao":")" + descricao +
-         R"(","Versao":"1.0"},"Retorno":{"Mensagem":")" + mensagem + R"(","Retorno":")" + retorno +
-         "\"}}\n";
-}
-
 const std::string kUpdate = "update --empresa 1 --revenda 1 --contato 10 --lead 555 --usuario ";
 
 TEST_F(CliTest, UpdatePrintsVWsReplyAndJournalsTheUpdateOnce) {
   addLeadContact(10, 555);
   expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            reply(0, "Sucesso", "Status do lead 555 atualizado para 10", "OK"), "");
+            retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "");
   EXPECT_EQ(journal(555), "1 S null \n");
   EXPECT_EQ(sandbox_.updates().at(0)["Status"], 10);
   // The same status again is not sent: the local answer, code 0.
   expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            reply(0, "Contato não faz parte da integração", "", ""), "");
+            R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
+            R"("Versao":"1.0"},"Retorno":{"Mensagem":"","Retorno":""}})"
+            "\n",
+            "");
   EXPECT_EQ(sandbox_.updates().size(), 1u);
 }
 
@@ -225,8 +220,7 @@ TEST_F(CliTest, UpdateRejectedNotifiesAndFails) {
   const std::string message =
       ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW "
       "para o contato 10\n";
-  expectRun(vornleads(kUpdate + "12 --status 10"), 1,
-            reply(208, "Lead encerrado na VW", "Lead encerrado na VW", "ERRO"),
+  expectRun(vornleads(kUpdate + "12 --status 10"), 1, retorno(208, "Lead encerrado na VW") + "\n",
             "vornleads: message to user 12" + message + "vornleads: message to user 15" + message +
                 "vornleads: update not accepted: código 208: Lead encerrado na VW\n");
   EXPECT_EQ(journal(555), "1 N 208 Lead encerrado na VW\n");
@@ -240,11 +234,13 @@ TEST_F(CliTest, UpdateErrorsPrintNothingAndExitWithOne) {
             "operação.\n");
   expectRun(vornleads(kUpdate + "12 --status 9 --reagendamento '01/01/2099 10:00:00'"), 1, "",
             "vornleads: Não é possível reagendar para um período maior que 6 meses\n");
+  const std::string journalled = journal(555);
   const CliRun noLibrary =
       bare("--db " + database_.uri() + " --endpoint " + sandbox_.url() + " --home " +
            scratch_.path().string() + " " + kUpdate + "12 --status 10");
   EXPECT_EQ(noLibrary.status, 1);
   EXPECT_NE(noLibrary.err.find("VornLeadsVW.dll"), std::string::npos) << noLibrary.err;
+  EXPECT_EQ(journal(555), journalled);
   EXPECT_TRUE(sandbox_.updates().empty());
 }
 
@@ -278,9 +274,9 @@ TEST_F(CliTest, CallPrintsTheReplyAndExitsWithItsStatus) {
        ""},
       {"call AtualizaLeads -",
        R"({"Cpf":"1","DataAtualizacao":"","DataReagendamento":"","IdLead":77,"Status":-1})", 0,
-       reply(0, "Sucesso", "Recebimento do lead 77 confirmado", "OK"), ""},
+       retorno(0, "Sucesso", "Recebimento do lead 77 confirmado") + "\n", ""},
       {R"(call AtualizaLeads '{"IdLead":999,"Status":-1,"Cpf":"1"}')", "", 1,
-       reply(201, "Lead 999 não encontrado", "Lead 999 não encontrado", "ERRO"),
+       retorno(201, "Lead 999 não encontrado") + "\n",
        "vornleads: AtualizaLeads falhou: código 201: Lead 999 não encontrado\n"},
       {R"(call BuscaLeads '{"DNs":"1234"}')", "", 1,
        R"({"Status":{"Versao":"1.0","Codigo":297,"Descricao":")" + http500 + "\"}}\n",

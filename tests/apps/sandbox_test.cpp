@@ -9,15 +9,10 @@
 namespace vornleads::test {
 namespace {
 
-const std::string kLead1001 = servedLead({{"CpfCnpj", "12345678909"},
-                                          {"DataIntencao", "05/03/2024 10:00:00"},
-                                          {"Ddd", 11},
-                                          {"DealerNumber", "01234"},
-                                          {"IdLead", "1001"},
-                                          {"Modelo", "Polo"},
-                                          {"Nome", "Ana \"Loja\" & <Filhos>"},
-                                          {"Telefone", 987654321},
-                                          {"Preco", "85000.50"}});
+const std::string kLead1001 = servedLead(Json::parse(
+    R"({"CpfCnpj":"12345678909","DataIntencao":"05/03/2024 10:00:00","Ddd":11,"DealerNumber":)"
+    R"("01234","IdLead":"1001","Modelo":"Polo","Nome":"Ana \"Loja\" & <Filhos>",)"
+    R"("Telefone":987654321,"Preco":"85000.50"})"));
 const std::string kLead1002 =
     servedLead({{"DealerNumber", "1234"}, {"IdLead", "1002"}, {"Nome", "Bruno"}});
 const std::string kLead2001 = servedLead(
@@ -29,13 +24,6 @@ std::string update(const std::string& idLead, int status, const std::string& cpf
          R"(","DataAtualizacao":"01/04/2024 09:30:00","DataReagendamento":"",)"
          R"("IdLead":)" +
          idLead + R"(,"Status":)" + std::to_string(status) + "}";
-}
-
-std::string updated(int codigo, const std::string& descricao, const std::string& mensagem = "") {
-  return R"({"Status":{"Codigo":)" + std::to_string(codigo) + R"(,"Descricao":")" + descricao +
-         R"(","Versao":"1.0"},"Retorno":{"Mensagem":")" +
-         (mensagem.empty() ? descricao : mensagem) + R"(","Retorno":")" + (codigo ? "ERRO" : "OK") +
-         "\"}}";
 }
 
 class SandboxTest : public ::testing::Test {
@@ -77,6 +65,9 @@ TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
     std::string output;  // the whole output, or a part of it after "..."
   } cases[] = {
       {"--help", 0, "...--bind"},
+      {"--help", 0, "...--port"},
+      {"--help", 0, "...--leads"},
+      {"--help", 0, "...--tls-cert"},
       {"--help", 0, "...--tls-key"},
       {"--port 70000", 2, "...70000"},
       {"--port 0 --leads " + bad, 1, "...lead 1 has no IdLead"},
@@ -131,21 +122,21 @@ TEST_F(SandboxTest, EachOperationAnswersFromTheLeadStore) {
       // A day count far in the future (31/12/2999) leaves nothing new.
       {"BuscaNovosLeads", R"({"DataHora":401768.5})",
        R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Novos":[]})"},
-      {"AtualizaLeads", update("999", -1), updated(201, "Lead 999 não encontrado")},
+      {"AtualizaLeads", update("999", -1), retorno(201, "Lead 999 não encontrado")},
       {"AtualizaLeads", update("1002", -1, ""),
-       updated(203, "CPF do vendedor não informado para o lead 1002")},
+       retorno(203, "CPF do vendedor não informado para o lead 1002")},
       {"AtualizaLeads", R"({"IdLead":})",
-       updated(200, "Parâmetros inválidos: JSON malformado na posição 11")},
+       retorno(200, "Parâmetros inválidos: JSON malformado na posição 11")},
       {"BuscaLeadsStatus", "[1]",
        R"({"Status":{"Codigo":200,"Descricao":"Parâmetros inválidos: esperado um objeto JSON","Versao":"1.0"},"Leads":[]})"},
       {"BuscaLeadsStatus", kFetch1234, leadsReply(kLead1001 + "," + kLead1002)},
       // A confirmation removes the lead from the status fetch only.
       {"AtualizaLeads", update("1001.0", -1),
-       updated(0, "Sucesso", "Recebimento do lead 1001 confirmado")},
+       retorno(0, "Sucesso", "Recebimento do lead 1001 confirmado")},
       {"BuscaLeadsStatus", kFetch1234, leadsReply(kLead1002)},
       {"BuscaLeads", R"({"DNs":"1234"})", leadsReply(kLead1001 + "," + kLead1002)},
       {"AtualizaLeads", update("2001", 3),
-       updated(0, "Sucesso", "Status do lead 2001 atualizado para 3")},
+       retorno(0, "Sucesso", "Status do lead 2001 atualizado para 3")},
       {"BuscaHistLeads", R"({"DealerNumber":"05678"})",
        R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Historico":[{"Acabamento":"","Cor":"","CpfCnpj":"","DataIntencao":"","Ddd":0,"Email":"","IdLead":2001,"Modelo":"","Nome":"Carla","Opcionais":"","Status":3,"Telefone":0,"Preco":"","Origem":"","Mensagem":"","DataIntencaoAgendamento":"","Showroom":"S","PreferenciaContato":""}]})"},
   };
@@ -153,6 +144,7 @@ TEST_F(SandboxTest, EachOperationAnswersFromTheLeadStore) {
   EXPECT_EQ(novos["Novos"].size(), 3u);
   EXPECT_EQ(novos["Novos"][0]["IdLead"], 1001);  // a number here
   EXPECT_EQ(novos["Novos"][0]["DealerNumber"], "01234");
+  EXPECT_EQ(novos["Novos"][2]["IdLead"], 2001);
   for (const auto& step : steps)
     EXPECT_EQ(replyOf(sandbox_, step.operation, step.parametros), step.reply) << step.parametros;
 
@@ -240,7 +232,7 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
        callBody(ns, "AtualizaLeads",
                 "<Parametros>{\"Cpf\":\"1\",\"DataReagendamento\":\"a\xE7\xE3o "
                 "\x80\",\"IdLead\":2001,\"Status\":3}</Parametros>"),
-       200, updated(0, "Sucesso", "Status do lead 2001 atualizado para 3")},
+       200, retorno(0, "Sucesso", "Status do lead 2001 atualizado para 3")},
   };
   for (const auto& form : forms) {
     const SoapExchange exchange = postRaw(sandbox_, form.soapAction, form.contentType, form.body);
@@ -285,7 +277,7 @@ TEST_F(SandboxTest, EachFaultModeAsTheClientSeesIt) {
         {"codigo", 208},
         {"descricao", "Lead já finalizado"}},
        200,
-       updated(208, "Lead já finalizado")},
+       retorno(208, "Lead já finalizado")},
   };
   for (const auto& mode : modes) {
     Json fault = {{"operation", "BuscaLeadsStatus"}, {"count", 2}};

@@ -1,30 +1,11 @@
-// SandboxProcess: bin/vornleads-sandbox, the stand-in of the hosted leads service, run as a
-// child of the test on a free loopback port (--bind 127.0.0.1 --port 0 [--leads FILE]
-// [--tls-cert PEM --tls-key PEM]). Construction waits for its "listening on URL" line and
-// throws std::runtime_error, with the sandbox's standard error, when it does not come; the
-// destructor stops it (SIGTERM, SIGKILL after a grace period). Not copyable.
-//
-// The helpers use the sandbox's test routes and throw std::runtime_error (status and body) on
-// any answer but HTTP 200:
-//   addLeads  POST /sandbox/leads    lead items as the fetches serve them (array or
-//                                    {"Leads": [...]}); missing members "" or 0; a known
-//                                    IdLead replaces that lead
-//   leads     GET  /sandbox/leads    every lead: its members, "confirmed" (status -1
-//                                    received), "status" (last other status, null before any),
-//                                    "added" ("dd/mm/yyyy hh:nn:ss")
-//   updates   GET  /sandbox/updates  every AtualizaLeads request, parsed, in arrival order
-//                                    (faulted calls included)
-//   fault     POST /sandbox/faults   {"operation": name or "*", "mode": "reject" | "http500" |
-//                                    "soapfault" | "malformed" | "delay" | "drop", "codigo"
-//                                    (999), "descricao" ("Falha simulada"), "ms", "count" (1)},
-//                                    or an array of them; one count per call; a faulted call
-//                                    never changes the leads
-//   faults    GET  /sandbox/faults   the faults still queued, with the counts left
-//   reset     POST /sandbox/reset    the start-up leads, none confirmed, no updates or faults
-//
-// BuscaLeadsStatus answers the requested dealers' (numbers compared as integers) unconfirmed
-// leads; AtualizaLeads with Status -1 confirms, other statuses are recorded; an unknown IdLead
-// is answered Status.Codigo 201, a missing Cpf 203, bad Parametros JSON 200.
+// SandboxProcess: bin/vornleads-sandbox, the stand-in of the hosted leads service, as a child
+// of the test on a free loopback port, optionally with a leads file and over HTTPS. The
+// constructor waits for its "listening on URL" line (std::runtime_error with its log when it
+// does not come); the destructor stops it. The helpers use the sandbox's test routes
+// (/sandbox/leads, updates, faults, reset; apps/sandbox/test_routes.cpp) and throw
+// std::runtime_error on any answer but HTTP 200. Faults: {"operation": name or "*", "mode":
+// "reject" | "http500" | "soapfault" | "malformed" | "delay" | "drop", "codigo" (999),
+// "descricao" ("Falha simulada"), "ms", "count" (1)}, or an array of them.
 #pragma once
 
 #include <sys/types.h>
