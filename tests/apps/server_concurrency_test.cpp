@@ -1,113 +1,151 @@
-// Firebird's own server with several client processes at once: two intakes on the same leads
-// and a resend pass, as a dealership runs them on a DMS server.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+// Firebird's own server (/usr/sbin/firebird, Super mode) with several client processes at
+// once: two intakes on the same leads and a resend pass, as a dealership runs them on a DMS
+// server.
+#include <arpa/inet.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-#include <cstdlib>
 #include <iostream>
 #include <map>
-#include <memory>
-#include <string>
 
-#include "apps/feedback_cli.h"
-#include "support/firebird_server.h"
-#include "support/paths.h"
-#include "support/sandbox_process.h"
-#include "vornleads/data/sql_connection.h"
+#include "apps/cli.h"
+#include "support/child_process.h"
+#include "vornleads/data/schema.h"
 
 namespace vornleads::test {
 namespace {
 
-using Json = SandboxProcess::Json;
+constexpr const char* kPassword = "vornleads-test";
 
-constexpr int kLeads = 240;
-constexpr int kResend = 30;
+// The server as a child of the test, from a private root (its own firebird.conf, security
+// database, lock and temporary files) on a free port of 127.0.0.1, with SYSDBA and a password
+// of its own; the machine's Firebird is left alone. The destructor stops it.
+class FirebirdServer {
+ public:
+  FirebirdServer() {
+    const std::string root = root_.path().string(),
+                      installed = "/usr/lib/x86_64-linux-gnu/firebird/3.0";
+    std::filesystem::create_directories(root_ / "lock");
+    for (const char* entry : {"plugins", "intl", "firebird.msg", "plugins.conf", "lib"}) {
+      if (std::filesystem::exists(installed + "/" + entry))
+        std::filesystem::create_symlink(installed + "/" + entry, root_ / entry);
+    }
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t size = sizeof address;
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    close(fd);
+    port_ = std::to_string(ntohs(address.sin_port));  // free a moment ago
+    writeFile(root_ / "firebird.conf",
+              "ServerMode = Super\nRemoteServicePort = " + port_ +
+                  "\nRemoteBindAddress = 127.0.0.1\nSecurityDatabase = " + root +
+                  "/security3.fdb\nIpcName = vornleads_test_" + port_ + "\nUdfAccess = None\n");
+    environment_ = "FIREBIRD=" + root + " FIREBIRD_LOCK=" + root + "/lock FIREBIRD_TMP=" + root;
+    isql("create database '" + root + "/security3.fdb';\ncreate user SYSDBA password '" +
+             kPassword + "' using plugin Srp;\ncommit;\n",
+         "-user SYSDBA");
+    server_.emplace(std::vector<std::string>{"/usr/bin/env", "FIREBIRD=" + root,
+                                             "FIREBIRD_LOCK=" + root + "/lock",
+                                             "FIREBIRD_TMP=" + root, "/usr/sbin/firebird"});
+    if (!ChildProcess::waitUntil([this] { return listening(); }, std::chrono::seconds(10)))
+      throw std::runtime_error("the Firebird server did not start:\n" + server_->err());
+  }
+  ~FirebirdServer() {
+    server_->signal(SIGTERM);
+    server_->wait(std::chrono::seconds(5));
+  }
 
-TEST(FirebirdServerConcurrency, TwoIntakesAndAResendPassAtOnce) {
-  FirebirdServer server;
-  const std::string uri = server.createDatabase("dms.fdb");
-  auto db = OpenConnection(uri);
-  SandboxProcess sandbox;
-  TempDir home("vornleads-server-home"), scratch("vornleads-server-run");
-  std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home / "VornLeadsVW.dll");
+  // Creates the DMS database `name` through the server, with the sample company/branch 1.1,
+  // and returns its firebird:// URI.
+  std::string createDatabase(const std::string& name) {
+    const std::string path = (root_ / name).string();
+    isql("create database 'inet://127.0.0.1:" + port_ + "/" + path + "' user 'SYSDBA' password '" +
+         kPassword + "' default character set UTF8;\n");
+    const std::string uri =
+        "firebird://SYSDBA:" + std::string(kPassword) + "@127.0.0.1:" + port_ + "/" + path;
+    auto connection = OpenConnection(uri);
+    for (const std::string& statement : SchemaStatements()) connection->execute(statement);
+    for (const std::string& statement : SampleStatements()) connection->execute(statement);
+    return uri;
+  }
 
+ private:
+  void isql(const std::string& sql, const std::string& options = "") {
+    writeFile(root_ / "script.sql", sql);
+    commandOutput(environment_ + " isql-fb -q -b " + options + " -i " +
+                  (root_ / "script.sql").string());
+  }
+  bool listening() {
+    sockaddr_in address{
+        AF_INET, htons(static_cast<uint16_t>(std::stoi(port_))), {htonl(INADDR_LOOPBACK)}, {}};
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    const bool ok = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    close(fd);
+    return ok;
+  }
+
+  TempDir root_{"vornleads-fbserver"};
+  std::string port_, environment_;
+  std::optional<ChildProcess> server_;
+};
+
+class FirebirdServerConcurrency : public CliTest {
+ protected:
+  FirebirdServer server_;
+};
+
+TEST_F(FirebirdServerConcurrency, TwoIntakesAndAResendPassAtOnce) {
+  constexpr int kLeads = 240, kResend = 30;
+  uri_ = server_.createDatabase("dms.fdb");
+  db_ = OpenConnection(uri_);
   Json leads = Json::array();
   int good = 0;
   for (int id = 5001; id < 5001 + kLeads; ++id) {
-    const bool bad = id % 10 == 0;
+    const bool bad = id % 10 == 0;  // a date that does not exist fails its lead in every cycle
     good += bad ? 0 : 1;
-    // A date that does not exist fails its lead in every cycle.
-    leads.push_back(
-        leadItem(id, bad ? Json{{"DataIntencao", "31/02/2025 10:00:00"}} : Json::object()));
+    leads.push_back(leadItem(id, bad ? Json{{"DataIntencao", "31/02/2025 10:00:00"}} : Json()));
   }
   // Updates left unsent by an earlier pass, on leads of a dealer number the intake does not
   // fetch: contacts numbered far above what the intakes draw.
   for (int n = 0; n < kResend; ++n) {
-    const std::string id = std::to_string(8001 + n), contato = std::to_string(900001 + n);
-    db->execute(
-        "INSERT INTO CAC_CONTATO (EMPRESA, REVENDA, CONTATO, DTA_CONTATO, "
-        "USUARIO_ENCAMINHADO) VALUES (1, 1, " +
-        contato + ", CURRENT_TIMESTAMP - 3, 12)");
-    db->execute(
-        "INSERT INTO CAC_LEAD_CONTATO (EMPRESA, REVENDA, CONTATO, ID_LEAD_VW, "
-        "INTEGRANDO) VALUES (1, 1, " +
-        contato + ", " + id + ", 'S')");
-    db->execute(
-        "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-        "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (" +
-        id + ", 1, 10, CURRENT_TIMESTAMP - 1, 'N', 297, 12)");
-    leads.push_back({{"IdLead", id}, {"DealerNumber", "99999"}});
+    addLeadContact(900001 + n, 8001 + n, 3, false);
+    addUnsentRow(8001 + n, 1, 10);
+    leads.push_back({{"IdLead", std::to_string(8001 + n)}, {"DealerNumber", "99999"}});
   }
-  sandbox.addLeads(leads);
-
-  const std::string program = (binDir() / "vornleads").string() + " --db " + uri + " --endpoint " +
-                              sandbox.url() + " --home " + home.path().string();
-  std::string script;
-  const std::map<std::string, std::string> runs = {{"intake1", "intake --retry-delay 100"},
-                                                   {"intake2", "intake --retry-delay 100"},
-                                                   {"resend", "resend"}};
-  for (const auto& [name, command] : runs) {
-    const std::string base = (scratch / name).string();
-    script += "(" + program + " " + command + " >" + base + ".out 2>" + base + ".err; echo $? >" +
-              base + ".status) & ";
-  }
-  ASSERT_EQ(std::system((script + "wait").c_str()), 0);
-  for (const auto& [name, command] : runs) {
-    const std::string status = readFile(scratch / (name + ".status"));
-    const std::string err = readFile(scratch / (name + ".err"));
+  sandbox_.addLeads(leads);
+  const auto runs = atOnce({options() + "intake --retry-delay 100",
+                            options() + "intake --retry-delay 100", options() + "resend"});
+  for (const CliRun& run : runs) {
     // An intake with failing leads ends, after its repeated cycles, in the restart message.
-    EXPECT_TRUE(status == "0\n" ||
-                (status == "1\n" && err.find("Ocorreram repetidos erros") != std::string::npos))
-        << name << ": " << status << err;
-    std::cout << name << ": " << readFile(scratch / (name + ".out"));
+    EXPECT_TRUE(run.status == 0 ||
+                (run.status == 1 && run.err.find("Ocorreram repetidos erros") != std::string::npos))
+        << run.status << run.err;
+    std::cout << run.out;
   }
-
   // Leads lost a race for their link and were repeated; none failed over a counter.
-  std::string logs;
-  for (const auto& entry : std::filesystem::directory_iterator(home.path())) {
-    if (entry.path().filename().string().rfind("logBuscaLeadsVW_", 0) == 0)
-      logs += readFile(entry.path());
-  }
-  EXPECT_NE(logs.find("\"31/02/2025 10:00:00\""), std::string::npos)
-      << "the failing leads are logged";
+  const std::string logs = this->logs("logBuscaLeadsVW_");
+  EXPECT_NE(logs.find("\"31/02/2025 10:00:00\""), std::string::npos) << "failing leads are logged";
   EXPECT_EQ(logs.find("próximo numero"), std::string::npos);
   EXPECT_EQ(logs.find("numerador de clientes"), std::string::npos);
 
-  auto count = [&](const std::string& sql) { return db->query(sql).rows.at(0).at(0).asInteger(); };
   const std::string intake = " WHERE CONTATO < 900000";
-  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO" + intake), good);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO" + intake), good);
-  EXPECT_EQ(count("SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO" + intake), good);
+  for (const std::string& sql : {"SELECT COUNT(*) FROM CAC_CONTATO" + intake,
+                                 "SELECT COUNT(*) FROM CAC_LEAD_CONTATO" + intake,
+                                 "SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO" + intake,
+                                 std::string("SELECT COUNT(*) FROM CAC_INTERESSE"),
+                                 std::string("SELECT COUNT(DISTINCT CONTATO) FROM CAC_INTERESSE"),
+                                 std::string("SELECT COUNT(*) FROM GER_MENSAGEM"),
+                                 std::string("SELECT COUNT(*) FROM FAT_CLIENTE")}) {
+    EXPECT_EQ(count(sql), good) << sql;
+  }
   EXPECT_EQ(
       count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO" + intake + " AND MOD(ID_LEAD_VW, 10) = 0"), 0);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_INTERESSE"), good);
-  EXPECT_EQ(count("SELECT COUNT(DISTINCT CONTATO) FROM CAC_INTERESSE"), good);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM GER_MENSAGEM"), good);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"), good);
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_ATUALIZACOES_LEADVW WHERE ENVIOU = 'S'"), kResend);
 
   std::map<std::string, int> confirmations, resent;
-  for (const auto& update : sandbox.updates()) {
+  for (const auto& update : sandbox_.updates()) {
     const std::string id = update["IdLead"].is_string() ? update["IdLead"].get<std::string>()
                                                         : update["IdLead"].dump();
     (update["Status"].get<int>() == -1 ? confirmations : resent)[id]++;

@@ -1,14 +1,11 @@
 // ChildProcess: a program started by a test that keeps running beside it (vornleads serve),
-// its standard error written to a file the test reads while it runs (standard output too, to
-// a file of its own).
-//
+// its standard output and error written to files; err() reads the latter while it runs.
 // The destructor kills (SIGKILL) and reaps a child still running. Not copyable.
 #pragma once
 
 #include <sys/types.h>
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -26,13 +23,11 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   std::string err() const { return readFile(dir_ / "err"); }
-
   // Polls `done` every 50 ms until it holds (true) or the time-out passes (false).
   static bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
-
   void signal(int number) const;
-  // The exit status, 128 + the signal that killed it, or -1 when it is still running after
-  // the time-out (it is then killed).
+  // The exit status, 128 + the signal that ended it, or -1 when it still runs after the
+  // time-out (it is then killed).
   int wait(std::chrono::milliseconds timeout);
 
  private:
@@ -40,9 +35,8 @@ class ChildProcess {
   pid_t pid_ = -1;
 };
 
-// Runs args[0] to its end with a pseudo-terminal as its standard input, output and error, and
-// returns what it wrote there (the terminal turns "\n" into "\r\n"); `status` receives the exit
-// status. std::runtime_error when it cannot be started.
+// Runs args[0] to its end with a pseudo-terminal as standard input, output and error; returns
+// what it wrote there (the terminal turns "\n" into "\r\n") and its exit status in `status`.
 std::string runOnTerminal(std::vector<std::string> args, int& status);
 
 }  // namespace vornleads::test

@@ -1,10 +1,5 @@
 #include "support/firebird_db.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <system_error>
-
 #include "data/firebird_create.h"
 #include "data/firebird_shared_mode.h"
 #include "vornleads/data/schema.h"
@@ -12,21 +7,12 @@
 namespace vornleads::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-// The programs under test and isql-fb open the same database files as this program while
-// it holds them: share them from the start, before the client library reads its settings.
+// Set before the client library reads its settings.
 const bool sharedFirebird = (useSharedEmbeddedFirebird(), true);
 
 std::string shellQuoted(const std::string& text) {
   std::string quoted = "'";
-  for (char ch : text) {
-    if (ch == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += ch;
-    }
-  }
+  for (char ch : text) quoted += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
   return quoted + "'";
 }
 
@@ -34,17 +20,16 @@ std::string shellQuoted(const std::string& text) {
 
 TestDatabase::TestDatabase(bool sample) : dir_("vornleads-db"), path_(dir_ / "dms.fdb") {
   CreateDatabase(path_.string(), sample);
-  // A scratch database need not survive a machine failure; tests commit a lot.
-  setFirebirdForcedWrites(path_.string(), false);
+  setFirebirdForcedWrites(path_.string(), false);  // scratch files; tests commit a lot
 }
 
 std::unique_ptr<SqlConnection> TestDatabase::connect() const { return OpenConnection(uri()); }
 
 std::string TestDatabase::isql(const std::string& sql) const {
-  const fs::path script = dir_ / "isql-input.sql";
-  writeFile(script, sql);
-  return commandOutput("isql-fb -q -b -ch UTF8 -user SYSDBA -i " + shellQuoted(script.string()) +
-                       " " + shellQuoted(path_.string()));
+  writeFile(dir_ / "isql-input.sql", sql);
+  return commandOutput("isql-fb -q -b -ch UTF8 -user SYSDBA -i " +
+                       shellQuoted((dir_ / "isql-input.sql").string()) + " " +
+                       shellQuoted(path_.string()));
 }
 
 }  // namespace vornleads::test

@@ -1,4 +1,4 @@
-// FixedClock: a Clock that always answers the same date-time.
+// FixedClock: a Clock that answers the date-time it was given last.
 #pragma once
 
 #include "vornleads/clock.h"

@@ -1,9 +1,7 @@
 #include "support/paths.h"
 
-#include <array>
 #include <cstdio>
 #include <fstream>
-#include <memory>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -14,15 +12,11 @@ std::filesystem::path sourceDir() { return VORNLEADS_SOURCE_DIR; }
 std::filesystem::path binDir() { return VORNLEADS_BIN_DIR; }
 
 TempDir::TempDir(const std::string& prefix) {
-  std::random_device seed;
-  std::mt19937_64 random(seed());
+  std::mt19937_64 random(std::random_device{}());
   for (int attempt = 0; attempt < 100; ++attempt) {
-    auto candidate = std::filesystem::temp_directory_path() /
-                     (prefix + "-" + std::to_string(random() % 1000000000));
-    if (std::filesystem::create_directory(candidate)) {
-      path_ = candidate;
-      return;
-    }
+    path_ = std::filesystem::temp_directory_path() /
+            (prefix + "-" + std::to_string(random() % 1000000000));
+    if (std::filesystem::create_directory(path_)) return;
   }
   throw std::runtime_error("could not create a temporary directory for " + prefix);
 }
@@ -42,25 +36,16 @@ std::string readFile(const std::filesystem::path& path) {
 
 void writeFile(const std::filesystem::path& path, const std::string& content) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  if (!out) throw std::runtime_error("cannot write " + path.string());
-  out << content;
+  if (!out || !(out << content)) throw std::runtime_error("cannot write " + path.string());
 }
 
 std::string commandOutput(const std::string& command) {
-  struct PipeCloser {
-    void operator()(FILE* pipe) const {
-      if (pipe != nullptr) pclose(pipe);
-    }
-  };
-  FILE* raw = popen((command + " 2>&1").c_str(), "r");
-  if (raw == nullptr) throw std::runtime_error("cannot run: " + command);
-  std::unique_ptr<FILE, PipeCloser> pipe(raw);
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) throw std::runtime_error("cannot run: " + command);
   std::string output;
-  std::array<char, 4096> buffer;
-  size_t read = 0;
-  while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
-    output.append(buffer.data(), read);
-  if (pclose(pipe.release()) != 0) throw std::runtime_error(command + " failed:\n" + output);
+  char buffer[4096];
+  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+  if (pclose(pipe) != 0) throw std::runtime_error(command + " failed:\n" + output);
   return output;
 }
 

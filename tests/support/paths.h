@@ -18,7 +18,6 @@ class TempDir {
   ~TempDir();
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
-
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
@@ -26,12 +25,12 @@ class TempDir {
   std::filesystem::path path_;
 };
 
-// Whole-file helpers for comparing files byte for byte.
+// Whole files, byte for byte; std::runtime_error when they cannot be read or written.
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& content);
 
-// Runs a shell command and returns what it printed on standard output and error together;
-// throws std::runtime_error with that output when it does not exit with status 0.
+// Runs a shell command and returns its standard output and error together; std::runtime_error
+// with that output when it does not exit with status 0.
 std::string commandOutput(const std::string& command);
 
 }  // namespace vornleads::test

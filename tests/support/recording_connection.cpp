@@ -6,11 +6,14 @@
 #include "vornleads/error.h"
 
 namespace vornleads::test {
-
 namespace {
 
-bool startsWith(const std::string& text, const std::string& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
+// The first entry whose prefix starts sql, or end.
+template <typename Entries>
+auto firstMatch(Entries& entries, const std::string& sql) {
+  return std::find_if(entries.begin(), entries.end(), [&](const auto& e) {
+    return sql.compare(0, e.prefix.size(), e.prefix) == 0;
+  });
 }
 
 }  // namespace
@@ -28,51 +31,21 @@ SqlConnection& RecordingConnection::autonomous() {
   return *autonomous_;
 }
 
-void RecordingConnection::respond(const std::string& sqlPrefix, SqlRowSet rows) {
-  script_->answers.push_back({sqlPrefix, std::move(rows), false});
-}
-
-void RecordingConnection::respondAlways(const std::string& sqlPrefix, SqlRowSet rows) {
-  script_->answers.push_back({sqlPrefix, std::move(rows), true});
-}
-
-void RecordingConnection::failOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
-  script_->failures.push_back({sqlPrefix, databaseMessage, false});
-}
-
-void RecordingConnection::failAlwaysOn(const std::string& sqlPrefix,
-                                       const std::string& databaseMessage) {
-  script_->failures.push_back({sqlPrefix, databaseMessage, true});
-}
-
-void RecordingConnection::setPrimaryKey(const std::string& table,
-                                        std::vector<std::string> columns) {
-  script_->primaryKeys[table] = std::move(columns);
-}
-
-size_t RecordingConnection::pendingAnswers() const {
-  return script_->answers.size() + script_->failures.size();
-}
-
 void RecordingConnection::send(const std::string& sql) {
   script_->statements.push_back(sql);
-  auto& failures = script_->failures;
-  auto failure = std::find_if(failures.begin(), failures.end(),
-                              [&](const Failure& f) { return startsWith(sql, f.prefix); });
-  if (failure == failures.end()) return;
-  std::string message = failure->message;
-  if (!failure->sticky) failures.erase(failure);
+  auto failure = firstMatch(script_->failures, sql);
+  if (failure == script_->failures.end()) return;
+  const std::string message = failure->message;
+  if (!failure->sticky) script_->failures.erase(failure);
   throw DatabaseError(message, sql);
 }
 
 SqlRowSet RecordingConnection::query(const std::string& sql) {
   send(sql);
-  auto& answers = script_->answers;
-  auto answer = std::find_if(answers.begin(), answers.end(),
-                             [&](const Answer& a) { return startsWith(sql, a.prefix); });
-  if (answer == answers.end()) return SqlRowSet{};
+  auto answer = firstMatch(script_->answers, sql);
+  if (answer == script_->answers.end()) return SqlRowSet{};
   SqlRowSet rows = answer->rows;
-  if (!answer->sticky) answers.erase(answer);
+  if (!answer->sticky) script_->answers.erase(answer);
   return rows;
 }
 
@@ -95,8 +68,7 @@ void RecordingConnection::commit() {
 
 void RecordingConnection::rollback() {
   if (!inTransaction_) throw VornError("No transaction is active");
-  // A rollback always ends the transaction, even when the fake is told to fail it.
-  inTransaction_ = false;
+  inTransaction_ = false;  // a rollback ends the transaction even when told to fail
   send("ROLLBACK" + mark_);
 }
 

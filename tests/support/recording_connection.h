@@ -1,31 +1,15 @@
-// A fake SqlConnection for the paths this machine cannot run on a real database (Oracle,
-// SQL Server sequences, server versions).
+// RecordingConnection: a fake SqlConnection for what this machine cannot run on a real database
+// (Oracle, SQL Server sequences, server versions).
 //
-// Recording: every statement, query or not, is appended to statements() in the order it was
-// sent, byte for byte. Transactions are recorded as the words "BEGIN", "COMMIT" and
-// "ROLLBACK". A statement that is made to fail is still recorded (it was sent).
-//
-// Answers: queries are answered from a script. respond() and respondAlways() add an answer
-// for every statement that starts with the given text (an exact statement is its own prefix).
-// Answers are tried in the order they were added and the first match wins:
-//   - respond()       answers once and is then consumed (the next match further down, or the
-//                      default, answers the next time);
-//   - respondAlways() stays and answers every matching query.
-// A query that matches nothing answers an empty row set (no columns, no rows).
-//
-// Failures: failOn() makes the next statement that starts with the given text raise
-// DatabaseError(message, statement) (consumed once; failAlwaysOn() stays). It is checked
-// before the answers and applies to queries, execute() and the transaction words, so
-// failOn("COMMIT", ...) fails the next commit.
-//
-// Transactions follow the SqlConnection contract: one at a time; commit or rollback without
-// one raises VornError; beginTransaction inside one raises VornError.
-//
-// autonomous() is a second fake attachment with a transaction of its own that shares this
-// one's script and record: its statements land in the same statements(), its transaction
-// words as "BEGIN*", "COMMIT*" and "ROLLBACK*", so a test sees which attachment ran what.
-//
-// Not thread-safe: one test thread per fake.
+// Every statement sent, query or not, failing or not, is appended to statements() byte for
+// byte; transactions as "BEGIN", "COMMIT" and "ROLLBACK" ("BEGIN*"... on autonomous(), a second
+// attachment with a transaction of its own sharing this one's script and record).
+// Queries are answered from a script: the first answer whose prefix starts the statement wins;
+// respond() answers once, respondAlways() every time; no match answers an empty row set.
+// failOn() makes the next statement with the prefix raise DatabaseError(message, statement)
+// (failAlwaysOn() every one), checked before the answers, transaction words included.
+// Transactions follow the SqlConnection contract (one at a time, VornError otherwise).
+// Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -51,22 +35,25 @@ class RecordingConnection : public SqlConnection {
   // The second attachment of autonomous(); only this class can name Sibling.
   RecordingConnection(Sibling, std::string driverName, std::shared_ptr<Script> script);
 
-  // --- script -------------------------------------------------------------------------
-  void respond(const std::string& sqlPrefix, SqlRowSet rows);
-  void respondAlways(const std::string& sqlPrefix, SqlRowSet rows);
-  void failOn(const std::string& sqlPrefix, const std::string& databaseMessage);
-  void failAlwaysOn(const std::string& sqlPrefix, const std::string& databaseMessage);
+  void respond(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, false); }
+  void respondAlways(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, true); }
+  void failOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
+    script_->failures.push_back({sqlPrefix, databaseMessage, false});
+  }
+  void failAlwaysOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
+    script_->failures.push_back({sqlPrefix, databaseMessage, true});
+  }
   // What execute() returns (default -1, "unknown").
   void setAffectedRows(int64_t rows) { script_->affectedRows = rows; }
-  void setPrimaryKey(const std::string& table, std::vector<std::string> columns);
+  void setPrimaryKey(const std::string& table, std::vector<std::string> columns) {
+    script_->primaryKeys[table] = std::move(columns);
+  }
 
-  // --- record -------------------------------------------------------------------------
   const std::vector<std::string>& statements() const { return script_->statements; }
   void clearStatements() { script_->statements.clear(); }
-  // Scripted answers and failures not used yet (consumed ones are gone, sticky ones stay).
-  size_t pendingAnswers() const;
+  // Scripted answers and failures not used yet (sticky ones stay).
+  size_t pendingAnswers() const { return script_->answers.size() + script_->failures.size(); }
 
-  // --- SqlConnection ------------------------------------------------------------------
   std::string driverName() const override { return driverName_; }
   SqlRowSet query(const std::string& sql) override;
   int64_t execute(const std::string& sql) override;
@@ -88,7 +75,6 @@ class RecordingConnection : public SqlConnection {
     std::string message;
     bool sticky = false;
   };
-
   // What every attachment of one fake database shares.
   struct Script {
     std::vector<std::string> statements;
@@ -98,6 +84,9 @@ class RecordingConnection : public SqlConnection {
     int64_t affectedRows = -1;
   };
 
+  void add(const std::string& prefix, SqlRowSet& rows, bool sticky) {
+    script_->answers.push_back({prefix, std::move(rows), sticky});
+  }
   // Records the statement and raises the scripted failure, if any.
   void send(const std::string& sql);
 

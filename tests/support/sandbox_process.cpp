@@ -1,6 +1,6 @@
 #include "support/sandbox_process.h"
 
-#include <fcntl.h>
+#include <httplib.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -11,120 +11,69 @@
 #include <cstring>
 #include <stdexcept>
 #include <thread>
-#include <utility>
-
-#include <httplib.h>
 
 extern char** environ;
 
 namespace vornleads::test {
-namespace {
-
-constexpr const char* kLinePrefix = "listening on ";
-
-int statusOf(int waitStatus) {
-  if (WIFEXITED(waitStatus)) return WEXITSTATUS(waitStatus);
-  if (WIFSIGNALED(waitStatus)) return 128 + WTERMSIG(waitStatus);
-  return -1;
-}
-
-// Spawn file actions that are destroyed on every path out of the constructor.
-class FileActions {
- public:
-  FileActions() { posix_spawn_file_actions_init(&actions_); }
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-  posix_spawn_file_actions_t* get() { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_;
-};
-
-}  // namespace
-
-SandboxProcess::Pipe::Pipe() {
-  if (pipe2(fds_, O_CLOEXEC) != 0) {
-    throw std::runtime_error(std::string("pipe for the sandbox failed: ") + std::strerror(errno));
-  }
-}
-
-SandboxProcess::Pipe::~Pipe() {
-  for (int fd : fds_) {
-    if (fd >= 0) close(fd);
-  }
-}
-
-void SandboxProcess::Pipe::closeWriteEnd() {
-  if (fds_[1] >= 0) close(fds_[1]);
-  fds_[1] = -1;
-}
 
 SandboxProcess::SandboxProcess(const std::filesystem::path& leadsFile,
                                std::chrono::milliseconds startTimeout,
                                std::optional<SandboxTls> tls)
     : tls_(std::move(tls)) {
-  const std::string program = (binDir() / "vornleads-sandbox").string();
-  const std::string logPath = (dir_.path() / "stderr.log").string();
-  std::vector<std::string> args = {program, "--bind", "127.0.0.1", "--port", "0"};
-  if (!leadsFile.empty()) {
-    args.push_back("--leads");
-    args.push_back(leadsFile.string());
-  }
-  if (tls_) {
+  std::vector<std::string> args = {(binDir() / "vornleads-sandbox").string(), "--bind", "127.0.0.1",
+                                   "--port", "0"};
+  if (!leadsFile.empty()) args.insert(args.end(), {"--leads", leadsFile.string()});
+  if (tls_)
     args.insert(args.end(), {"--tls-cert", tls_->cert.string(), "--tls-key", tls_->key.string()});
-  }
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
 
-  FileActions actions;
-  posix_spawn_file_actions_adddup2(actions.get(), stdout_.writeEnd(), STDOUT_FILENO);
-  posix_spawn_file_actions_addopen(actions.get(), STDERR_FILENO, logPath.c_str(),
+  int out[2];
+  if (pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe for the sandbox failed");
+  const std::string logPath = (dir_ / "stderr.log").string();
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, logPath.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  const int failed =
-      posix_spawn(&pid_, program.c_str(), actions.get(), nullptr, argv.data(), environ);
+  const int failed = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(out[1]);
   if (failed != 0) {
+    close(out[0]);
     pid_ = -1;
-    throw std::runtime_error("cannot start " + program + ": " + std::strerror(failed));
+    throw std::runtime_error("cannot start " + args[0] + ": " + std::strerror(failed));
   }
-  stdout_.closeWriteEnd();
-  try {
-    waitForStartLine(startTimeout);
-  } catch (...) {
-    stop(std::chrono::seconds(2));
-    throw;
-  }
-}
 
-SandboxProcess::~SandboxProcess() { stop(); }
-
-void SandboxProcess::waitForStartLine(std::chrono::milliseconds timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  std::string line;
-  while (line.find('\n') == std::string::npos) {
+  // The start-up line: "listening on URL\n".
+  const auto deadline = std::chrono::steady_clock::now() + startTimeout;
+  std::string line, problem;
+  while (problem.empty() && line.find('\n') == std::string::npos) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - std::chrono::steady_clock::now());
-    pollfd ready{stdout_.readEnd(), POLLIN, 0};
-    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) == 0) {
-      throw std::runtime_error("the sandbox did not report its address in time; its log:\n" +
-                               log());
-    }
+    pollfd ready{out[0], POLLIN, 0};
     char buffer[256];
-    const ssize_t got = read(stdout_.readEnd(), buffer, sizeof buffer);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) {
-      throw std::runtime_error("the sandbox ended before it listened; its log:\n" + log());
+    ssize_t got = 0;
+    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) == 0) {
+      problem = "the sandbox did not report its address in time";
+    } else if ((got = read(out[0], buffer, sizeof buffer)) > 0) {
+      line.append(buffer, static_cast<size_t>(got));
+    } else if (got == 0 || errno != EINTR) {
+      problem = "the sandbox ended before it listened";
     }
-    line.append(buffer, static_cast<size_t>(got));
   }
-  line.erase(line.find('\n'));
-  const auto path = line.find("/VornLeadsVW/");
-  if (line.rfind(kLinePrefix, 0) != 0 || path == std::string::npos) {
-    throw std::runtime_error("unexpected start-up line from the sandbox: " + line);
+  close(out[0]);
+  const std::string prefix = "listening on ";
+  const size_t path = line.find("/VornLeadsVW/");
+  if (problem.empty() && (line.rfind(prefix, 0) != 0 || path == std::string::npos))
+    problem = "unexpected start-up line from the sandbox: " + line;
+  if (!problem.empty()) {
+    stop(std::chrono::seconds(2));
+    throw std::runtime_error(problem + "; its log:\n" + log());
   }
-  url_ = line.substr(std::strlen(kLinePrefix));
-  baseUrl_ = line.substr(std::strlen(kLinePrefix), path - std::strlen(kLinePrefix));
+  url_ = line.substr(prefix.size(), line.find('\n') - prefix.size());
+  baseUrl_ = line.substr(prefix.size(), path - prefix.size());
   port_ = std::stoi(baseUrl_.substr(baseUrl_.rfind(':') + 1));
 }
 
@@ -132,23 +81,26 @@ int SandboxProcess::stop(std::chrono::milliseconds grace) {
   if (pid_ < 0) return exitStatus_;
   kill(pid_, SIGTERM);
   const auto deadline = std::chrono::steady_clock::now() + grace;
-  int waitStatus = 0;
+  int status = 0;
   pid_t reaped = 0;
-  while ((reaped = waitpid(pid_, &waitStatus, WNOHANG)) == 0 &&
+  while ((reaped = waitpid(pid_, &status, WNOHANG)) == 0 &&
          std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   if (reaped == 0) {
     kill(pid_, SIGKILL);
-    reaped = waitpid(pid_, &waitStatus, 0);
+    reaped = waitpid(pid_, &status, 0);
   }
-  exitStatus_ = reaped == pid_ ? statusOf(waitStatus) : -1;
+  exitStatus_ = reaped != pid_        ? -1
+                : WIFEXITED(status)   ? WEXITSTATUS(status)
+                : WIFSIGNALED(status) ? 128 + WTERMSIG(status)
+                                      : -1;
   pid_ = -1;
   return exitStatus_;
 }
 
 std::string SandboxProcess::log() const {
-  const auto path = dir_.path() / "stderr.log";
+  const auto path = dir_ / "stderr.log";
   return std::filesystem::exists(path) ? readFile(path) : std::string();
 }
 
@@ -159,9 +111,8 @@ SandboxProcess::Json SandboxProcess::call(const std::string& method, const std::
   client.set_connection_timeout(std::chrono::seconds(5));
   client.set_read_timeout(std::chrono::seconds(30));
   const auto result =
-      method == "GET"
-          ? client.Get(path.c_str())
-          : client.Post(path.c_str(), body ? body->dump() : std::string("{}"), "application/json");
+      method == "GET" ? client.Get(path.c_str())
+                      : client.Post(path.c_str(), body ? body->dump() : "{}", "application/json");
   if (!result) {
     throw std::runtime_error(method + " " + path +
                              " to the sandbox failed: " + httplib::to_string(result.error()));
@@ -172,18 +123,5 @@ SandboxProcess::Json SandboxProcess::call(const std::string& method, const std::
   }
   return Json::parse(result->body);
 }
-
-void SandboxProcess::addLeads(const Json& leads) { call("POST", "/sandbox/leads", &leads); }
-SandboxProcess::Json SandboxProcess::leads() const {
-  return call("GET", "/sandbox/leads", nullptr);
-}
-SandboxProcess::Json SandboxProcess::updates() const {
-  return call("GET", "/sandbox/updates", nullptr);
-}
-void SandboxProcess::fault(const Json& fault) { call("POST", "/sandbox/faults", &fault); }
-SandboxProcess::Json SandboxProcess::faults() const {
-  return call("GET", "/sandbox/faults", nullptr);
-}
-void SandboxProcess::reset() { call("POST", "/sandbox/reset", nullptr); }
 
 }  // namespace vornleads::test

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <pugixml.hpp>
 #include <sstream>
 #include <stdexcept>
@@ -13,17 +12,17 @@
 namespace vornleads::test {
 namespace {
 
+// A socket bound to a free loopback port, which `port` receives.
 int boundLoopbackSocket(int& port) {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  if (fd < 0) throw std::runtime_error("socket() failed");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+  if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
       ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    ::close(fd);
-    throw std::runtime_error("bind() failed");
+    if (fd >= 0) ::close(fd);
+    throw std::runtime_error("no loopback socket");
   }
   port = ntohs(address.sin_port);
   return fd;
@@ -54,7 +53,7 @@ SoapTestServer::SoapTestServer() {
 
 SoapTestServer::~SoapTestServer() {
   release();
-  while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  while (!server_.is_running()) std::this_thread::yield();
   server_.stop();
   thread_.join();
 }
@@ -67,7 +66,7 @@ void SoapTestServer::answer(Handler handler) {
 }
 
 void SoapTestServer::answer(int status, const std::string& body, const std::string& contentType) {
-  answer([status, body, contentType](const httplib::Request&, httplib::Response& response) {
+  answer([=](const httplib::Request&, httplib::Response& response) {
     response.status = status;
     response.set_content(body, contentType);
   });
@@ -103,13 +102,11 @@ DroppingServer::DroppingServer() {
     throw std::runtime_error("listen() failed");
   }
   thread_ = std::thread([this] {
-    for (;;) {
-      const int connection = ::accept(socket_, nullptr, nullptr);
-      if (connection < 0) return;  // the listening socket was shut down
+    for (int connection; (connection = ::accept(socket_, nullptr, nullptr)) >= 0;) {
       char buffer[4096];
       (void)::recv(connection, buffer, sizeof buffer, 0);
       ::close(connection);
-    }
+    }  // accept fails once the listening socket is shut down
   });
 }
 
@@ -146,9 +143,8 @@ std::string soapReply(const std::string& operation, const std::string& result) {
 
 std::string parametrosOf(const std::string& requestBody) {
   pugi::xml_document document;
-  if (!document.load_buffer(requestBody.data(), requestBody.size())) {
+  if (!document.load_buffer(requestBody.data(), requestBody.size()))
     throw std::runtime_error("the request is not XML");
-  }
   return document.document_element().first_child().first_child().child("Parametros").text().get();
 }
 

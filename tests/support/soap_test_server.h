@@ -1,7 +1,6 @@
 // Loopback peers for the SOAP client tests: a canned HTTP server on port 0 whose answer each
-// test sets (hand-written reply forms, any bytes, any Content-Type), which keeps what it
-// received; a raw socket that drops every connection unanswered; and a port where nothing
-// listens.
+// test sets and which keeps what it received; a socket that drops every connection unanswered;
+// and a port where nothing listens.
 #pragma once
 
 #include <httplib.h>

@@ -1,0 +1,248 @@
+// Shared set-up of the tests of the programs in apps/: bin/vornleads run as a program of its
+// own against a sample DMS database, a sandbox of the test's own and a host directory holding
+// VornLeadsVW.dll; and a hand-written SOAP caller, in the client's wire form, for the sandbox.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <optional>
+#include <pugixml.hpp>
+#include <string>
+
+#include "support/firebird_db.h"
+#include "support/paths.h"
+#include "support/sandbox_process.h"
+
+namespace vornleads::test {
+
+using Json = SandboxProcess::Json;
+
+struct CliRun {
+  int status = -1;
+  std::string out, err;
+};
+
+// Runs a shell command line with `input` on its standard input.
+inline CliRun run(const std::string& command, const std::string& input = "") {
+  TempDir dir("vornleads-run");
+  writeFile(dir / "in", input);
+  const int raw = std::system((command + " <" + (dir / "in").string() + " >" +
+                               (dir / "out").string() + " 2>" + (dir / "err").string())
+                                  .c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+}
+
+inline void expectRun(const CliRun& run, int status, const std::string& out,
+                      const std::string& err) {
+  EXPECT_EQ(run.status, status) << run.err;
+  EXPECT_EQ(run.out, out);
+  EXPECT_EQ(run.err, err);
+}
+
+// A lead item as given to the sandbox, for dealer 1234, with `changes`.
+inline Json leadItem(int id, const Json& changes = Json::object()) {
+  const std::string n = std::to_string(id);
+  Json item = {{"IdLead", n},
+               {"DealerNumber", "1234"},
+               {"Nome", "Cliente " + n},
+               {"CpfCnpj", "4" + std::string(10 - n.size(), '0') + n},
+               {"Email", "c" + n + "@exemplo.com.br"},
+               {"Ddd", 11},
+               {"Telefone", 910000000 + id},
+               {"Modelo", "GOL"},
+               {"DataIntencao", "10/06/2025 10:00:00"},
+               {"Preco", "55000,00"},
+               {"Origem", "Site"},
+               {"Status", 0}};
+  for (const auto& [name, change] : changes.items()) item[name] = change;
+  return item;
+}
+
+// A lead as the fetch replies write it: every member, in the service's order.
+inline std::string servedLead(const Json& members) {
+  Json item = Json::parse(
+      R"({"Acabamento":"","Cor":"","CpfCnpj":"","DataIntencao":"","Ddd":0,"DealerNumber":"",)"
+      R"("Email":"","IdLead":"","Modelo":"","Nome":"","Opcionais":"","Status":0,"Telefone":0,)"
+      R"("Preco":"","Origem":"","Mensagem":"","DataIntencaoAgendamento":"","Showroom":"",)"
+      R"("PreferenciaContato":""})");
+  for (const auto& [name, value] : members.items()) item[name] = value;
+  return item.dump();
+}
+
+inline std::string leadsReply(const std::string& leads = "") {
+  return R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Leads":[)" + leads + "]}";
+}
+
+// The reply of AtualizaLeads (and of an update) with its status; the message is the
+// description unless given.
+inline std::string retorno(int codigo, const std::string& descricao,
+                           const std::optional<std::string>& mensagem = std::nullopt) {
+  return R"({"Status":{"Codigo":)" + std::to_string(codigo) + R"(,"Descricao":")" + descricao +
+         R"(","Versao":"1.0"},"Retorno":{"Mensagem":")" + mensagem.value_or(descricao) +
+         R"(","Retorno":")" + (codigo ? "ERRO" : "OK") + "\"}}";
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  explicit CliTest(std::optional<SandboxTls> tls = std::nullopt)
+      : db_(database_.connect()), sandbox_({}, std::chrono::seconds(30), std::move(tls)) {
+    std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home_ / "VornLeadsVW.dll");
+  }
+
+  // bin/vornleads after `environment_` with the arguments given (quoted for the shell) only.
+  CliRun bare(const std::string& arguments, const std::string& input = "") {
+    return run(environment_ + " " + (binDir() / "vornleads").string() + " " + arguments, input);
+  }
+  // The test's database, sandbox (or `endpoint`) and host directory as options.
+  std::string options(const std::string& endpoint = "") const {
+    return "--db " + uri_ + " --endpoint " + (endpoint.empty() ? sandbox_.url() : endpoint) +
+           " --home " + home_.path().string() + " ";
+  }
+  CliRun vornleads(const std::string& arguments, const std::string& endpoint = "",
+                   const std::string& input = "") {
+    return bare(options(endpoint) + arguments, input);
+  }
+  // bin/vornleads once per argument list (options included), all at the same moment.
+  std::vector<CliRun> atOnce(const std::vector<std::string>& arguments) {
+    std::string script;
+    for (size_t n = 0; n < arguments.size(); ++n) {
+      const std::string base = (scratch_ / std::to_string(n)).string();
+      script += "(" + (binDir() / "vornleads").string() + " " + arguments[n] + " >" + base +
+                ".out 2>" + base + ".err; echo $? >" + base + ".status) & ";
+    }
+    EXPECT_EQ(std::system((script + "wait").c_str()), 0);
+    std::vector<CliRun> runs;
+    for (size_t n = 0; n < arguments.size(); ++n) {
+      const std::string base = std::to_string(n);
+      runs.push_back({std::stoi(readFile(scratch_ / (base + ".status"))),
+                      readFile(scratch_ / (base + ".out")), readFile(scratch_ / (base + ".err"))});
+    }
+    return runs;
+  }
+
+  // Contact `contato` of branch 1.1, `diasAtras` days old, linked to lead `lead`, which the
+  // sandbox knows by its number and dealer only when `inSandbox`.
+  void addLeadContact(int contato, int lead, int diasAtras = 3, bool inSandbox = true) {
+    const std::string c = std::to_string(contato);
+    db_->execute(
+        "INSERT INTO CAC_CONTATO (EMPRESA, REVENDA, CONTATO, DTA_CONTATO, "
+        "USUARIO_ENCAMINHADO) VALUES (1, 1, " +
+        c + ", CURRENT_TIMESTAMP - " + std::to_string(diasAtras) + ", 12)");
+    db_->execute(
+        "INSERT INTO CAC_LEAD_CONTATO (EMPRESA, REVENDA, CONTATO, ID_LEAD_VW, "
+        "INTEGRANDO) VALUES (1, 1, " +
+        c + ", " + std::to_string(lead) + ", 'S')");
+    if (inSandbox)
+      sandbox_.addLeads({{{"IdLead", std::to_string(lead)}, {"DealerNumber", "01234"}}});
+  }
+
+  // A journal row of `lead` not yet sent, dated yesterday, by user 12.
+  void addUnsentRow(int lead, int sequencia, int status, const std::string& reagendamento = "NULL",
+                    const std::string& descricao = "") {
+    db_->execute(
+        "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
+        "DTA_REAGENDAMENTO, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, "
+        "USUARIO) VALUES (" +
+        std::to_string(lead) + ", " + std::to_string(sequencia) + ", " + std::to_string(status) +
+        ", " + reagendamento + ", CURRENT_TIMESTAMP - 1, 'N', 297, '" + descricao + "', 12)");
+  }
+
+  // The host directory's log files whose names start with `prefix`, one after the other.
+  std::string logs(const std::string& prefix) const {
+    std::string text;
+    for (const auto& entry : std::filesystem::directory_iterator(home_.path())) {
+      if (entry.path().filename().string().rfind(prefix, 0) == 0) text += readFile(entry.path());
+    }
+    return text;
+  }
+
+  int64_t count(const std::string& sql) { return db_->query(sql).rows.at(0).at(0).asInteger(); }
+
+  // "SEQUENCIA ENVIOU CODIGO_ERRO DESCRICAO_ERRO" of each journal row of a lead, a line each.
+  std::string journal(int lead) {
+    std::string text;
+    for (const auto& row : db_->query("SELECT SEQUENCIA || ' ' || ENVIOU || ' ' || COALESCE("
+                                      "CAST(CODIGO_ERRO AS VARCHAR(9)), 'null') || ' ' || "
+                                      "COALESCE(DESCRICAO_ERRO, '') FROM CAC_ATUALIZACOES_LEADVW "
+                                      "WHERE ID_LEAD_VW = " +
+                                      std::to_string(lead) + " ORDER BY SEQUENCIA")
+                               .rows)
+      text += row.at(0).asString() + "\n";
+    return text;
+  }
+
+  std::string environment_;
+  TestDatabase database_{true};
+  std::string uri_ = database_.uri();
+  std::unique_ptr<SqlConnection> db_;
+  SandboxProcess sandbox_;
+  TempDir home_{"vornleads-cli-home"};
+  TempDir scratch_{"vornleads-cli-run"};
+};
+
+// --- the sandbox over SOAP, written by hand --------------------------------------------------
+
+struct SoapExchange {
+  bool transportFailed = false;  // no complete HTTP reply came back
+  int status = 0;
+  std::string contentType, body;
+};
+
+inline std::string xmlText(const std::string& text) {
+  std::string xml;
+  for (char c : text)
+    xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
+  return xml;
+}
+
+inline std::string soapEnvelope(const std::string& operation, const std::string& parametros) {
+  return "<?xml version=\"1.0\" encoding=\"utf-8\"?><SOAP-ENV:Envelope xmlns:SOAP-ENV=\""
+         "http://schemas.xmlsoap.org/soap/envelope/\" xmlns:xsd=\"http://www.w3.org/2001/"
+         "XMLSchema\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xmlns:SOAP-ENC=\""
+         "http://schemas.xmlsoap.org/soap/encoding/\"><SOAP-ENV:Body SOAP-ENV:encodingStyle=\""
+         "http://schemas.xmlsoap.org/soap/encoding/\"><NS1:" +
+         operation +
+         " xmlns:NS1=\"urn:VornLeadsVWIntf-IVornLeadsVW\"><Parametros xsi:type=\"xsd:string\">" +
+         xmlText(parametros) + "</Parametros></NS1:" + operation +
+         "></SOAP-ENV:Body></SOAP-ENV:Envelope>";
+}
+
+// POSTs a body to the SOAP endpoint with the given SOAPAction and Content-Type.
+inline SoapExchange postRaw(const SandboxProcess& sandbox, const std::string& soapAction,
+                            const std::string& contentType, const std::string& body) {
+  httplib::Client client(sandbox.baseUrl());
+  client.set_read_timeout(std::chrono::seconds(30));
+  const auto result = client.Post(sandbox.url().substr(sandbox.baseUrl().size()).c_str(),
+                                  {{"SOAPAction", soapAction}}, body, contentType.c_str());
+  if (!result) return {true, 0, "", ""};
+  return {false, result->status, result->get_header_value("Content-Type"), result->body};
+}
+
+inline SoapExchange callSoap(const SandboxProcess& sandbox, const std::string& operation,
+                             const std::string& parametros) {
+  return postRaw(sandbox, "\"urn:VornLeadsVWIntf-IVornLeadsVW#" + operation + "\"",
+                 "text/xml; charset=utf-8", soapEnvelope(operation, parametros));
+}
+
+// The text of the reply's <return>, or of <faultstring>; "<not XML>" when it is not XML.
+inline std::string soapResult(const std::string& body) {
+  pugi::xml_document document;
+  if (!document.load_buffer(body.data(), body.size())) return "<not XML>";
+  for (const char* query : {"//return", "//faultstring"}) {
+    if (const auto node = document.select_node(query)) return node.node().text().get();
+  }
+  return "";
+}
+
+// The reply of a call answered with HTTP 200.
+inline std::string replyOf(const SandboxProcess& sandbox, const std::string& operation,
+                           const std::string& parametros) {
+  const SoapExchange exchange = callSoap(sandbox, operation, parametros);
+  EXPECT_EQ(200, exchange.status) << exchange.body;
+  return soapResult(exchange.body);
+}
+
+}  // namespace vornleads::test
