@@ -1,0 +1,377 @@
+// One status update through the whole chain: rules, journal rows in CAC_ATUALIZACOES_LEADVW,
+// the library edition, SOAP, the sandbox, rejections and failures on the way.
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <typeinfo>
+#include <vector>
+
+#include "feedback/feedback_fixture.h"
+#include "support/fixed_clock.h"
+#include "vornleads/error.h"
+#include "vornleads/package/host_directory.h"
+
+namespace vornleads::test {
+namespace {
+
+using Statements = std::vector<std::string>;
+constexpr char kForaValidade[] =
+    "Este lead está fora do prazo de validade (90 dias) e não será mais enviado para a VW";
+constexpr char kSemIntegracao[] = "Contato não faz parte da integração";
+constexpr char kEmProcesso[] = "Atualização em processo de envio";
+
+// The VornError message a call raises.
+template <typename Call>
+std::string failure(Call call) {
+  try {
+    call();
+  } catch (const VornError& error) {
+    EXPECT_EQ(typeid(VornError), typeid(error)) << "raised anew as a plain error";
+    return error.what();
+  }
+  return "(no error)";
+}
+
+TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged) {
+  const int32_t lead = 900001;
+  addContact(*db_, lead, testNow() - 10);
+  linkLead(*db_, lead, lead);
+  const auto logFile = LeadsService::instance().home() / "logErroLeadsVW_2024_03_15.txt";
+  std::filesystem::remove(logFile);
+  TracingConnection traced(*db_);
+  std::vector<JournalRow> duringCall;
+  const TIntegraLeadsVW library = LeadsService::instance().bridge();
+  auto atualiza = worker(traced, [&](int32_t servico, const AnsiString& json) {
+    duringCall = journal(*db_, lead);
+    return library(servico, json);
+  });
+  auto parametros = updateOf(lead, 10);
+  const auto resposta = atualiza->realizaAtualizacao(parametros);
+
+  ASSERT_TRUE(resposta.has_value());
+  EXPECT_EQ(0, resposta->Status->Codigo);
+  EXPECT_EQ("12-", atualiza->sPbMensagemAtu());
+  EXPECT_EQ(1, parametros.sequenciaReenvio);
+  ASSERT_EQ(1u, duringCall.size());
+  EXPECT_EQ(std::make_tuple(std::string("N"), std::optional<int32_t>(297), std::string(kEmProcesso)),
+            std::tie(duringCall[0].enviou, duringCall[0].codigoErro, duringCall[0].descricaoErro));
+  const auto rows = journal(*db_, lead);
+  ASSERT_EQ(1u, rows.size());
+  EXPECT_EQ(std::make_tuple(1, 10, std::string("S"), std::optional<int32_t>(), std::string(""),
+                            std::optional<int32_t>(12), std::string("15/03/2024 10:00:00"),
+                            std::string("")),
+            std::tie(rows[0].sequencia, rows[0].status, rows[0].enviou, rows[0].codigoErro,
+                     rows[0].descricaoErro, rows[0].usuario, rows[0].dtaAtualizacao,
+                     rows[0].dtaReagendamento));
+  const std::string request =
+      R"({"Cpf":"22233344405","DataAtualizacao":"15/03/2024 10:00:00","DataReagendamento":"",)"
+      R"("IdLead":900001,"Status":10})";
+  EXPECT_EQ(std::vector<Json>{Json::parse(request)}, updatesOf(lead));
+  EXPECT_EQ(
+      (Statements{
+          "select DTA_CONTATO, DTA_NOVO_CONTATO   from CAC_CONTATO  where EMPRESA = 1   and "
+          "REVENDA = 1   and CONTATO = 900001",
+          "select INTEGRANDO   from CAC_LEAD_CONTATO  where EMPRESA = 1   and REVENDA = 1   and "
+          "CONTATO = 900001   and ID_LEAD_VW = 900001",
+          "SELECT UTILIZA_INTEGRACAO_LEADVW   FROM CAC_PARAMETRO  WHERE EMPRESA = 1   AND REVENDA "
+          "= 1",
+          "SELECT STATUS_LEAD   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001"
+          "   AND SEQUENCIA = (SELECT MAX(SEQUENCIA) "
+          "                      FROM CAC_ATUALIZACOES_LEADVW "
+          "                     WHERE ID_LEAD_VW = 900001"
+          "                    )",
+          "SELECT CPF   FROM FAT_VENDEDOR  WHERE EMPRESA = 1   AND REVENDA = 1   AND USUARIO = 12",
+          "SELECT *   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001   AND SEQUENCIA = -1",
+          "Select MAX(SEQUENCIA)   from CAC_ATUALIZACOES_LEADVW  where ID_LEAD_VW = 900001",
+          "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
+          "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO) VALUES (900001, 1, 10, "
+          "CAST('2024-03-15 10:00:00' AS TIMESTAMP), 'N', 297, 'Atualização em processo de "
+          "envio', 12)",
+          "SELECT *   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001   AND SEQUENCIA = 1",
+          "update CAC_ATUALIZACOES_LEADVW set ENVIOU = 'S'  where ID_LEAD_VW = 900001   and "
+          "ENVIOU = 'N'    and SEQUENCIA < 1",
+          "UPDATE CAC_ATUALIZACOES_LEADVW SET ENVIOU = 'S', CODIGO_ERRO = NULL, DESCRICAO_ERRO "
+          "= '' WHERE ID_LEAD_VW = 900001 AND SEQUENCIA = 1",
+      }),
+      traced.statements);
+  const std::string separator(152, '=');
+  EXPECT_EQ(separator + "\r\n15-03-24 10:00:00.000\r\nRequisição: \r\n" + request +
+                "\r\n\r\nResposta:\r\n" +
+                R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)"
+                R"("Retorno":{"Mensagem":"Status do lead 900001 atualizado para 10","Retorno":"OK"}})"
+                "\r\n",
+            readFile(logFile));
+}
+
+// Updates outside the integration are answered on the spot: nothing journalled or sent.
+TEST_F(FeedbackTest, UpdatesOutsideTheIntegrationAreAnsweredLocally) {
+  db_->execute(
+      "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW) VALUES (1, 31, "
+      "'N')");
+  struct Case {
+    const char* name;
+    int diasAtras;
+    const char* link;
+    int32_t revenda, status;
+    bool reenvio;
+    const char* reagendamento;
+    double codigo;
+    const char* descricao;
+    const char* integrandoDepois;
+  };
+  for (const Case& c : {
+           Case{"91 days", 91, "S", 1, 10, false, "", 0, kForaValidade, "N"},
+           Case{"91 days resent", 91, "S", 1, 10, true, "", 299, kForaValidade, "N"},
+           Case{"link off", 3, "N", 1, 10, false, "", 0, kSemIntegracao, "N"},
+           Case{"link off resent", 3, "N", 1, 10, true, "", 297, kSemIntegracao, "N"},
+           Case{"no status", 3, "S", 1, -1, false, "", 0, kSemIntegracao, "S"},
+           Case{"branch off", 3, "S", 31, 10, false, "", 0, kSemIntegracao, "S"},
+           Case{"past appointment", 3, "S", 1, 9, false, "14/03/2024 18:00:00", 0, kSemIntegracao,
+                "S"},
+       }) {
+    SCOPED_TRACE(c.name);
+    const int32_t lead = nextKey();
+    addContact(*db_, lead, testNow() - c.diasAtras, std::nullopt, 12, c.revenda);
+    linkLead(*db_, lead, lead, c.link, c.revenda);
+    auto parametros = updateOf(lead, c.status, 12, c.revenda);
+    parametros.reenvio = c.reenvio;
+    parametros.dataAtualizacaoReenvio = "14/03/2024 09:00:00";
+    parametros.dataReagendamento = c.reagendamento;
+    auto atualiza = worker(*db_);
+    const auto resposta = atualiza->realizaAtualizacao(parametros);
+    ASSERT_TRUE(resposta.has_value());
+    EXPECT_EQ(c.codigo, resposta->Status->Codigo);
+    EXPECT_EQ(c.descricao, resposta->Status->Descricao);
+    EXPECT_EQ("1.0", resposta->Status->Versao);
+    EXPECT_EQ("6", atualiza->sPbMensagemAtu());
+    EXPECT_EQ(c.integrandoDepois, integrando(*db_, lead));
+    EXPECT_TRUE(journal(*db_, lead).empty());
+    EXPECT_TRUE(updatesOf(lead).empty());
+  }
+}
+
+// What was journalled before decides whether a new status is sent; the validity counts from
+// the contact's new date when it was rescheduled.
+TEST_F(FeedbackTest, EarlierStatusesAndTheContactsAgeDecideWhatIsSent) {
+  struct Case {
+    int anterior;  // last journalled status, 0 for none
+    int novo;
+    int diasAtras;
+    bool reagendado;  // contact 200 days old, moved to `diasAtras` ago
+    bool enviado;
+  };
+  for (const Case c : {Case{5, 5, 3, false, false}, Case{2, 10, 3, false, false},
+                       Case{9, 1, 3, false, false}, Case{11, 10, 3, false, false},
+                       Case{10, 10, 3, false, false}, Case{10, 1, 3, false, true},
+                       Case{1, 10, 3, false, true}, Case{0, 10, 90, false, true},
+                       Case{0, 10, 5, true, true}}) {
+    SCOPED_TRACE(std::to_string(c.anterior) + " then " + std::to_string(c.novo));
+    const int32_t lead = nextKey();
+    if (c.reagendado) {
+      addContact(*db_, lead, testNow() - 200, testNow() - c.diasAtras);
+    } else {
+      addContact(*db_, lead, testNow() - c.diasAtras);
+    }
+    linkLead(*db_, lead, lead);
+    if (c.anterior) addJournalRow(*db_, lead, 1, c.anterior, "S");
+    auto parametros = updateOf(lead, c.novo);
+    worker(*db_)->realizaAtualizacao(parametros);
+    EXPECT_EQ(std::string(c.anterior ? "S" : "") + (c.enviado ? "S" : ""), enviou(*db_, lead));
+    EXPECT_EQ(c.enviado ? 1u : 0u, updatesOf(lead).size());
+  }
+  // The lowest lead number there is still names a lead.
+  addContact(*db_, 1, testNow() - 3);
+  linkLead(*db_, 1, 1);
+  auto first = updateOf(1, 10);
+  ASSERT_TRUE(worker(*db_)->realizaAtualizacao(first).has_value());
+  EXPECT_EQ(1u, updatesOf(1).size());
+}
+
+TEST_F(FeedbackTest, PreparationErrorsReachTheCallerAndReschedulingIsUpToSixMonths) {
+  const int32_t lead = newLead();
+  TAtualizaLeadsVW unbound(*db_);
+  auto parametros = updateOf(lead, 9);
+  EXPECT_EQ("Função IntegraLeadsVW não definida",
+            failure([&] { unbound.realizaAtualizacao(parametros); }));
+  EXPECT_EQ("1", unbound.sPbMensagemAtu());
+
+  parametros.dataReagendamento = "31/02/2024";
+  EXPECT_EQ("\"31/02/2024\" is not a valid date and time",
+            failure([&] { worker(*db_)->realizaAtualizacao(parametros); }));
+  parametros.dataReagendamento = "20/10/2024 10:00:00";
+  auto atualiza = worker(*db_);
+  EXPECT_EQ("Não é possível reagendar para um período maior que 6 meses",
+            failure([&] { atualiza->realizaAtualizacao(parametros); }));
+  EXPECT_FALSE(atualiza->envioLead().has_value());
+  EXPECT_TRUE(journal(*db_, lead).empty());
+
+  parametros.dataReagendamento = "14/09/2024 08:30";
+  ASSERT_TRUE(worker(*db_)->realizaAtualizacao(parametros).has_value());
+  const auto row = journal(*db_, lead).at(0);
+  EXPECT_EQ("14/09/2024 08:30:00", row.dtaReagendamento);
+  EXPECT_EQ("S", row.enviou);
+  EXPECT_EQ("14/09/2024 08:30:00", updatesOf(lead).at(0)["DataReagendamento"]);
+}
+
+// Points this program (not the library edition, already loaded) at another host directory.
+struct HostDirectoryOverride {
+  explicit HostDirectoryOverride(const std::filesystem::path& home) { setHostDirectory(home); }
+  ~HostDirectoryOverride() { setHostDirectory({}); }
+};
+
+TEST_F(FeedbackTest, MissingCpfOrLibraryIsJournalledAndNothingIsSent) {
+  db_->execute(
+      "INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, CPF) VALUES (1, 1, 40, 40, "
+      "'0')");
+  const auto semCpf = [](int usuario) {
+    return "Contato originado de lead VW sem CPF informado para o vendedor do usuário " +
+           std::to_string(usuario) + ". Favor informar o CPF para continuar com a operação.\r\n";
+  };
+  const std::string semBiblioteca = "A biblioteca \"VornLeadsVW.dll\" não foi encontrada.";
+  TempDir emptyHome("vornleads-nolib");
+  struct Case {
+    int32_t usuario;
+    bool biblioteca;
+    std::string motivo;
+  };
+  for (const Case& c : {Case{40, true, semCpf(40)}, Case{99, true, semCpf(99)},
+                        Case{12, false, semBiblioteca}, Case{40, false, semCpf(40) + semBiblioteca}}) {
+    SCOPED_TRACE(c.motivo);
+    const int32_t lead = newLead();
+    int calls = 0;
+    auto atualiza = worker(*db_, [&](int32_t, const AnsiString&) -> AnsiString {
+      ++calls;
+      return "";
+    });
+    auto parametros = updateOf(lead, 10, c.usuario);
+    const HostDirectoryOverride home(c.biblioteca ? LeadsService::instance().home()
+                                                  : emptyHome.path());
+    EXPECT_FALSE(atualiza->realizaAtualizacao(parametros).has_value());
+    EXPECT_EQ("7", atualiza->sPbMensagemAtu());
+    EXPECT_EQ(0, calls);
+    const auto rows = journal(*db_, lead);
+    ASSERT_EQ(1u, rows.size());
+    EXPECT_EQ(std::make_tuple(std::string("N"), std::optional<int32_t>(297), c.motivo,
+                              std::optional<int32_t>(c.usuario)),
+              std::tie(rows[0].enviou, rows[0].codigoErro, rows[0].descricaoErro, rows[0].usuario));
+  }
+}
+
+// A rejection keeps VW's code and the first 500 characters of its text and notifies the
+// branch's users; 207 to 209 also end the lead's integration. A null list notifies user 0; a
+// bad entry stops the loop after the users before it and becomes the row's send error.
+TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
+  addBranch(*db_, 21, std::nullopt);
+  addBranch(*db_, 22, std::string("12,x,15"));
+  std::string longa;
+  for (int i = 0; i < 60; ++i) longa += "Rejeições ";  // 10 characters, 12 bytes each
+  const std::string first500 = longa.substr(0, 50 * 12);
+  const std::string badEntry =
+      "Erro ao enviar atualização para a VW: \"x\" is not a valid integer value";
+  struct Case {
+    int codigo;
+    int32_t revenda;
+    std::string descricao, integrandoDepois;
+    std::vector<int> destinos;
+    int codigoErro;
+    std::string descricaoErro;
+  };
+  for (const Case& c : {Case{150, 1, longa, "S", {12, 15}, 150, first500},
+                        Case{207, 1, "Lead encerrado", "N", {12, 15}, 207, "Lead encerrado"},
+                        Case{208, 1, "Lead encerrado", "N", {12, 15}, 208, "Lead encerrado"},
+                        Case{209, 1, "Lead encerrado", "N", {12, 15}, 209, "Lead encerrado"},
+                        Case{206, 1, "Recusado", "S", {12, 15}, 206, "Recusado"},
+                        Case{150, 21, "Recusado", "S", {0}, 150, "Recusado"},
+                        Case{150, 22, "Recusado", "S", {12}, 297, badEntry}}) {
+    SCOPED_TRACE(std::to_string(c.codigo) + " at 1." + std::to_string(c.revenda));
+    const int32_t lead = newLead(10, c.revenda);
+    sandbox().fault({{"operation", "AtualizaLeads"},
+                     {"mode", "reject"},
+                     {"codigo", c.codigo},
+                     {"descricao", c.descricao}});
+    std::vector<int> destinos;
+    auto atualiza = worker(*db_);
+    const std::string texto =
+        "Erro ao enviar atualização de Lead VW para o contato " + std::to_string(lead);
+    atualiza->envioExternoMensagem = [&](int32_t origem, int32_t destino, const std::string& assunto,
+                                         const std::string& mensagem) {
+      EXPECT_EQ(std::make_tuple(0, std::string("Erro integração Leads VW"), texto),
+                std::tie(origem, assunto, mensagem));
+      destinos.push_back(destino);
+    };
+    auto parametros = updateOf(lead, 10, 12, c.revenda);
+    const auto resposta = atualiza->realizaAtualizacao(parametros);
+    EXPECT_EQ(c.codigoErro != 297, resposta.has_value());
+    EXPECT_EQ(resposta ? resposta->Status->Codigo : 297.0, c.codigoErro == 297 ? 297.0 : c.codigo);
+    EXPECT_EQ(c.destinos, destinos);
+    EXPECT_EQ(c.integrandoDepois, integrando(*db_, lead));
+    const auto rows = journal(*db_, lead);
+    ASSERT_EQ(1u, rows.size());
+    EXPECT_EQ(std::make_tuple(std::string("N"), std::optional<int32_t>(c.codigoErro), c.descricaoErro),
+              std::tie(rows[0].enviou, rows[0].codigoErro, rows[0].descricaoErro));
+  }
+}
+
+// A bridge that fails, a reply that is no JSON or has no status: journalled, not raised.
+TEST_F(FeedbackTest, FailuresWhileSendingAreJournalledNotRaised) {
+  struct Case {
+    TIntegraLeadsVW bridge;
+    std::string marker;  // the step reached, then the journalled reason
+  };
+  for (const auto& [bridge, marker] : std::vector<Case>{
+           {[](int32_t, const AnsiString&) -> AnsiString { throw VornError("conexão recusada"); },
+            "9-Erro ao enviar atualização para a VW: conexão recusada"},
+           {[](int32_t, const AnsiString&) -> AnsiString { throw 42; },
+            "9-Erro ao enviar atualização para a VW: unknown exception"},
+           {[](int32_t, const AnsiString&) -> AnsiString { return "<html>"; },
+            "10-Erro ao enviar atualização para a VW: "},
+           {[](int32_t, const AnsiString&) -> AnsiString { return R"({"Status":null})"; },
+            "11-Erro ao enviar atualização para a VW: Resposta da VW sem Status"}}) {
+    const int32_t lead = newLead();
+    auto atualiza = worker(*db_, bridge);
+    auto parametros = updateOf(lead, 10);
+    EXPECT_FALSE(atualiza->realizaAtualizacao(parametros).has_value());
+    const std::string passo = atualiza->sPbMensagemAtu();
+    EXPECT_EQ(0u, passo.rfind(marker, 0)) << passo;
+    const auto row = journal(*db_, lead).at(0);
+    EXPECT_EQ(std::make_tuple(std::string("N"), std::optional<int32_t>(297),
+                              passo.substr(passo.find('-') + 1)),
+              std::tie(row.enviou, row.codigoErro, row.descricaoErro));
+  }
+}
+
+// Sequences count per lead whatever the earlier outcome; an accepted update marks the lead's
+// earlier unsent rows (only those below its own sequence) as delivered.
+TEST_F(FeedbackTest, AcceptedUpdateSupersedesTheEarlierUnsentRowsOfItsLead) {
+  const int32_t lead = newLead();
+  const int32_t other = newLead();
+  sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", 150}});
+  for (int32_t status : {1, 10, 1}) {
+    auto parametros = updateOf(lead, status);
+    worker(*db_)->realizaAtualizacao(parametros);
+    EXPECT_EQ(static_cast<int32_t>(journal(*db_, lead).size()), parametros.sequenciaReenvio);
+  }
+  auto first = updateOf(other, 1);
+  worker(*db_)->realizaAtualizacao(first);
+  EXPECT_EQ(1, first.sequenciaReenvio);
+  EXPECT_EQ("SSS", enviou(*db_, lead)) << "the rejected first row is superseded";
+
+  const int32_t resent = newLead();
+  for (int32_t sequencia = 1; sequencia <= 7; ++sequencia) {
+    addJournalRow(*db_, resent, sequencia, 1, sequencia == 2 ? "S" : "N");
+  }
+  auto atualiza = worker(*db_);
+  atualiza->gravaEnviouSequenciaAnterior(resent, 0);
+  atualiza->gravaEnviouSequenciaAnterior(0, 3);
+  EXPECT_EQ("NSNNNNN", enviou(*db_, resent));
+  auto parametros = updateOf(resent, 1);
+  parametros.reenvio = true;
+  parametros.sequenciaReenvio = 5;
+  parametros.dataAtualizacaoReenvio = "14/03/2024 10:00:00";
+  ASSERT_TRUE(worker(*db_)->realizaAtualizacao(parametros).has_value());
+  EXPECT_EQ("SSSSSNN", enviou(*db_, resent));
+  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(resent).at(0)["DataAtualizacao"]);
+}
+
+}  // namespace
+}  // namespace vornleads::test
