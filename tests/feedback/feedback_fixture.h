@@ -1,11 +1,9 @@
 // The one fixture of the feedback tests: a real embedded Firebird DMS database, the sandbox on a
 // loopback port and the library edition loaded from a scratch host directory, so that every
-// update goes through dlopen, the facade and SOAP exactly as a host's would.
-//
-// The library edition reads its endpoint once, at its first call, so one sandbox serves the
-// whole program (reset before each test). Tests share one database and give contacts and leads
-// numbers of their own; a test of the resend pass, which reads every integrated branch, takes a
-// database of its own (isolate()).
+// update goes through dlopen, the facade and SOAP exactly as a host's would. The library reads
+// its endpoint once, so one sandbox serves the program (reset before each test). Tests share a
+// database with lead numbers of their own; a resend test, whose pass reads every integrated
+// branch, takes a database of its own (isolate()).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,7 +15,6 @@
 
 #include "support/firebird_db.h"
 #include "support/sandbox_process.h"
-#include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/service/leads_library.h"
 
@@ -25,14 +22,12 @@ namespace vornleads::test {
 
 using Json = SandboxProcess::Json;
 
-// The process-wide leads service: sandbox, host directory with VornLeadsVW.dll, library.
 class LeadsService {
  public:
   static LeadsService& instance();
   SandboxProcess& sandbox() { return *sandbox_; }
   const std::filesystem::path& home() const { return home_.path(); }
   TIntegraLeadsVW bridge() const { return library_->bind(); }
-  std::vector<Json> updatesOf(int64_t idLead) const;  // requests received for one lead
 
  private:
   LeadsService();
@@ -41,40 +36,30 @@ class LeadsService {
   std::unique_ptr<LeadsLibrary> library_;
 };
 
-// One journal row as stored; dates as DateTimeToStr, "" for null.
-struct JournalRow {
-  int32_t sequencia = 0, status = 0;
-  std::string enviou;
-  std::optional<int32_t> codigoErro;
-  std::string descricaoErro;
-  std::optional<int32_t> usuario;
-  std::string dtaAtualizacao, dtaReagendamento;
-};
-
 TDateTime testNow();  // 15/03/2024 10:00:00
 int32_t nextKey();    // a number not used before in this program
+std::vector<Json> updatesOf(int64_t idLead);  // requests the sandbox received for a lead
 
-// An update worker on `db` with the library's bridge (unless given) and the test clock.
+// An update worker on `db` with the library's bridge (unless given) and the test clock; one
+// resend pass, its counts as "read/sent/rejected/unsent".
 std::unique_ptr<TAtualizaLeadsVW> worker(SqlConnection& db, TIntegraLeadsVW bridge = {});
-// One resend pass on `db`; its counts as "read/sent/rejected/unsent".
 std::string resendPass(SqlConnection& db,
                        TIntegraLeadsVW bridge = LeadsService::instance().bridge());
 
-// Rows of the sample branch 1.1 unless said otherwise.
-void addContact(SqlConnection& db, int32_t contato, TDateTime dtaContato,
-                std::optional<TDateTime> dtaNovoContato = std::nullopt,
-                int32_t usuarioEncaminhado = 12, int32_t revenda = 1);
-void linkLead(SqlConnection& db, int32_t contato, int64_t idLead,
-              const std::string& integrando = "S", int32_t revenda = 1);
-// Branch 1.revenda with the integration on, the given notification list (null when absent) and
-// salesperson user 12 with a CPF.
-void addBranch(SqlConnection& db, int32_t revenda, std::optional<std::string> usuariosNotificacao);
+// A contact of branch 1.revenda dated `diasAtras` before testNow() (a new contact date
+// `novoDias` before it, when given).
+void addContact(SqlConnection& db, int32_t contato, int diasAtras, int32_t usuarioEncaminhado = 12,
+                int32_t revenda = 1, std::optional<int> novoDias = std::nullopt);
+// Such a contact numbered as its lead, linked to it, and the lead known to the sandbox.
+void addLead(SqlConnection& db, int32_t lead, int diasAtras = 10, const std::string& integra = "S",
+             int32_t revenda = 1, std::optional<int> novoDias = std::nullopt);
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,
                    const std::string& enviou, std::optional<int32_t> usuario = 12);
-std::vector<JournalRow> journal(SqlConnection& db, int64_t idLead);
+// The lead's journal rows: "SEQUENCIA|STATUS|ENVIOU|CODIGO_ERRO|DESCRICAO|USUARIO|
+// DTA_ATUALIZACAO|DTA_REAGENDAMENTO", null as "-".
+std::vector<std::string> journal(SqlConnection& db, int64_t idLead);
 std::string enviou(SqlConnection& db, int64_t idLead);  // ENVIOU of the rows, in order
 std::string integrando(SqlConnection& db, int64_t idLead);
-// An update of contact `lead` (tests give a lead's contact the lead's number).
 TParametroPreparaAtualizaLeadVW updateOf(int32_t lead, int32_t status, int32_t usuario = 12,
                                          int32_t revenda = 1);
 
@@ -82,13 +67,23 @@ class FeedbackTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { shared_ = std::make_unique<TestDatabase>(true); }
   static void TearDownTestSuite() { shared_.reset(); }
-  void SetUp() override;
-  void isolate();
-  // A contact dated `diasAtras` before testNow() linked to a new lead the sandbox knows.
-  int32_t newLead(int diasAtras = 10, int32_t revenda = 1);
-  SandboxProcess& sandbox() { return LeadsService::instance().sandbox(); }
-  std::vector<Json> updatesOf(int64_t idLead) const {
-    return LeadsService::instance().updatesOf(idLead);
+  void SetUp() override {
+    LeadsService::instance().sandbox().reset();
+    db_ = shared_->connect();
+  }
+  void isolate() {
+    own_ = std::make_unique<TestDatabase>(true);
+    db_ = own_->connect();
+  }
+  int32_t newLead(int diasAtras = 10, int32_t revenda = 1) {
+    const int32_t lead = nextKey();
+    addLead(*db_, lead, diasAtras, "S", revenda);
+    return lead;
+  }
+  void fault(int codigo, const std::string& descricao = "Falha simulada") {
+    LeadsService::instance().sandbox().fault(
+        {{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", codigo},
+         {"descricao", descricao}});
   }
 
   static std::unique_ptr<TestDatabase> shared_;
@@ -96,8 +91,7 @@ class FeedbackTest : public ::testing::Test {
   std::unique_ptr<SqlConnection> db_;
 };
 
-// A real connection that also keeps every statement sent through it (the workers' autonomous
-// statements excepted).
+// A real connection that also keeps every statement sent through it.
 class TracingConnection : public SqlConnection {
  public:
   explicit TracingConnection(SqlConnection& real) : real_(real) {}
@@ -115,9 +109,7 @@ class TracingConnection : public SqlConnection {
   void commit() override { real_.commit(); }
   void rollback() override { real_.rollback(); }
   bool inTransaction() const override { return real_.inTransaction(); }
-  std::vector<std::string> primaryKey(const std::string& t) override {
-    return real_.primaryKey(t);
-  }
+  std::vector<std::string> primaryKey(const std::string& t) override { return real_.primaryKey(t); }
   SqlConnection& autonomous() override { return real_.autonomous(); }
 
  private:
