@@ -1,4 +1,4 @@
-#include "intake_harness.h"
+#include "intake/intake_harness.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,39 +18,15 @@ SandboxProcess& sandbox() {
   return *process;
 }
 
-TIntegraLeadsVW bridge() {
-  static const LeadsLibrary library(binDir() / "VornLeadsVW.dll");
-  sandbox();
-  return library.bind();
-}
-
 TDateTime testNow() { return EncodeDate(2025, 6, 9) + EncodeTime(9, 0, 0, 0); }
 
-namespace {
-
-// Each lead has a phone of its own (900000000 + its number), so that leads match customers
-// only where a test means them to.
-// and a CPF of its own ("5" + its number in ten digits).
-int64_t numeroDoLead(const std::string& idLead) {
-  int64_t numero = 0;
-  for (char c : idLead) {
-    if (c < '0' || c > '9') return 0;
-    numero = numero * 10 + (c - '0');
-  }
-  return numero % 10000000;
-}
-
-std::string cpfDoLead(const std::string& idLead) {
-  const std::string numero = std::to_string(numeroDoLead(idLead));
-  return "5" + std::string(10 - numero.size(), '0') + numero;
-}
-
-}  // namespace
-
 Json leadItem(const std::string& idLead, const Json& changes) {
+  int64_t numero = 0;
+  for (char c : idLead) numero = (c >= '0' && c <= '9') ? numero * 10 + (c - '0') : 0;
+  const std::string digits = std::to_string(numero % 10000000);
   Json item = {{"Acabamento", "Comfortline"},
                {"Cor", "Branco"},
-               {"CpfCnpj", cpfDoLead(idLead)},
+               {"CpfCnpj", "5" + std::string(10 - digits.size(), '0') + digits},
                {"DataIntencao", "10/06/2025 10:00:00"},
                {"Ddd", 11},
                {"DealerNumber", "1234"},
@@ -60,7 +36,7 @@ Json leadItem(const std::string& idLead, const Json& changes) {
                {"Nome", "Maria da Silva"},
                {"Opcionais", ""},
                {"Status", 0},
-               {"Telefone", 900000000 + numeroDoLead(idLead)},
+               {"Telefone", 900000000 + numero % 10000000},
                {"Preco", "98500,90"},
                {"Origem", "Site VW"},
                {"Mensagem", "Gostaria de agendar um test drive"},
@@ -71,49 +47,45 @@ Json leadItem(const std::string& idLead, const Json& changes) {
   return item;
 }
 
-void IntakeCycleTest::SetUp() {
+void IntakeTest::SetUp() {
   sandbox().reset();
   db_ = std::make_unique<TestDatabase>(true);
   home_ = std::make_unique<TempDir>("vornleads-intake-home");
   // The update worker sends only when the library edition lies in the host directory.
   std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home_->path() / "VornLeadsVW.dll");
   setenv("VORNLEADS_HOME", home_->path().c_str(), 1);
-  clock_ = std::make_shared<FixedClock>(testNow());
-  pause_ = std::make_shared<RecordingPause>();
   connection_ = db_->connect();
-  worker_ = std::make_unique<TLeadsVWMetodosClass>(aplicacao_, *connection_);
-  worker_->IntegraLeadsVW = bridge();
-  worker_->setClock(clock_);
-  worker_->setPause(pause_);
+  newWorker();
 }
 
-void IntakeCycleTest::TearDown() {
+void IntakeTest::TearDown() {
   worker_.reset();
   connection_.reset();
   unsetenv("VORNLEADS_HOME");
-  db_.reset();
-  home_.reset();
 }
 
-void IntakeCycleTest::runCycle() {
+TLeadsVWMetodosClass& IntakeTest::newWorker() {
+  static const LeadsLibrary library(binDir() / "VornLeadsVW.dll");
+  sandbox();
+  worker_ = std::make_unique<TLeadsVWMetodosClass>(aplicacao_, *connection_);
+  worker_->IntegraLeadsVW = library.bind();
+  worker_->setClock(clock_);
+  worker_->setPause(host_);
+  worker_->setRunControl(host_);
+  return *worker_;
+}
+
+void IntakeTest::runCycle() {
   try {
-    runWorker();
+    newWorker().buscarLeads();
   } catch (const std::exception& error) {
     ADD_FAILURE() << "buscarLeads raised: " << error.what() << "\nIntake log:\n" << logText();
   }
 }
 
-void IntakeCycleTest::runWorker() {
-  worker_ = std::make_unique<TLeadsVWMetodosClass>(aplicacao_, *connection_);
-  worker_->IntegraLeadsVW = bridge();
-  worker_->setClock(clock_);
-  worker_->setPause(pause_);
-  worker_->buscarLeads();
-}
-
-std::string IntakeCycleTest::runCycleExpectingError() {
+std::string IntakeTest::runCycleExpectingError() {
   try {
-    runWorker();
+    newWorker().buscarLeads();
   } catch (const std::exception& error) {
     return error.what();
   }
@@ -121,28 +93,28 @@ std::string IntakeCycleTest::runCycleExpectingError() {
   return "";
 }
 
-SqlRowSet IntakeCycleTest::query(const std::string& sql) const {
-  return db_->connect()->query(sql);
+std::string IntakeTest::row(const std::string& sql) const {
+  const SqlRowSet rows = db_->connect()->query(sql);
+  std::string text;
+  for (size_t c = 0; !rows.empty() && c < rows.columns.size(); ++c) {
+    text += (c ? "|" : "") + (rows.rows[0][c].isNull() ? "<null>" : rows.rows[0][c].asString());
+  }
+  return text;
 }
 
-std::string IntakeCycleTest::value(const std::string& sql) const {
-  const SqlRowSet rows = query(sql);
-  return rows.empty() ? "" : rows.rows[0][0].asString();
+int64_t IntakeTest::count(const std::string& tableAndWhere) const {
+  return std::stoll(row("SELECT COUNT(*) FROM " + tableAndWhere));
 }
 
-int64_t IntakeCycleTest::count(const std::string& sql) const {
-  return query(sql).rows[0][0].asInteger();
-}
+void IntakeTest::execute(const std::string& sql) const { db_->connect()->execute(sql); }
 
-void IntakeCycleTest::execute(const std::string& sql) const { db_->connect()->execute(sql); }
-
-std::string IntakeCycleTest::logText() const {
+std::string IntakeTest::logText() const {
   const auto path = LogFile(kLogBuscaLeads, clock_).pathFor(clock_->now());
   return std::filesystem::exists(path) ? readFile(path) : "";
 }
 
-std::vector<std::string> IntakeCycleTest::confirmedLeads() const {
-  std::vector<std::string> confirmed;
+Strings IntakeTest::confirmedLeads() const {
+  Strings confirmed;
   for (const auto& lead : sandbox().leads()) {
     if (lead["confirmed"].get<bool>()) confirmed.push_back(lead["IdLead"].get<std::string>());
   }

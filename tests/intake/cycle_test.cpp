@@ -1,0 +1,234 @@
+// Whole intake cycles against the sample database and the sandbox, through the library edition:
+// what a lead becomes, the receipts, the repetition of failed cycles, stops and service failures.
+#include <string>
+#include <vector>
+
+#include "intake/intake_harness.h"
+#include "vornleads/package/log_file.h"
+
+namespace vornleads::test {
+namespace {
+
+std::string logEntry(const std::string& requisicao, const std::string& resposta) {
+  return logSeparator() + "\r\n09-06-25 09:00:00.000\r\nRequisição: \r\n" + requisicao +
+         "\r\n\r\nResposta:\r\n" + resposta + "\r\n";
+}
+constexpr char kSucesso[] = R"({"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"})";
+constexpr char kReinicio[] =
+    "Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado";
+
+TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConfirms) {
+  const Json item = leadItem("5001");
+  sandbox().addLeads(Json::array({item}));
+  runCycle();
+
+  EXPECT_EQ(row("SELECT EMPRESA, REVENDA, CONTATO, DTA_CONTATO, SITUACAO, DES_CONTATO, "
+                "ATIVO_PASSIVO, DEPARTAMENTO, TIPO_CONTATO, SUB_TIPO_CONTATO, USUARIO_ABRIU, "
+                "USUARIO_ENCAMINHADO_ORIGINAL, USUARIO_ENCAMINHADO, CLIENTE, FORMA_CONTATO, "
+                "ORIGEM, ORIGEM_INTEGRACAO, EMAIL, DDD_1, TELEFONE_1, ORIGEM_TRAFEGO "
+                "FROM CAC_CONTATO"),
+            "1|1|1|10/06/2025 10:00:00|A|CONTATO CRIADO A PARTIR DE LEAD VW\r\nMODELO: POLO\r\n"
+            "TELEFONE: 11-900005001\r\nE-MAIL: cliente5001@exemplo.com.br|P|3|1|2|0|0|0|1|4|V|S|"
+            "cliente5001@exemplo.com.br|11|900005001|7");
+  EXPECT_EQ(row("SELECT * FROM CAC_LEAD_CONTATO"),
+            "1|1|1|5001|Site VW|Gostaria de agendar um test drive|11/06/2025 15:30:00|WhatsApp|"
+            "Loja Centro|S");
+  EXPECT_EQ(row("SELECT * FROM CAC_INTERESSE"), "1|1|1|1|1002|1|2|N|98500,9|R");
+  EXPECT_EQ(row("SELECT DTA_MENSAGEM, USUARIO_ORIGEM, USUARIO_DESTINO, ASSUNTO, MENSAGEM, "
+                "SITUACAO FROM GER_MENSAGEM"),
+            "09/06/2025 09:00:00|0|12|Novo Contato Lead|Incluído contato 1.1 para o cliente 1: "
+            "Maria da Silva|N");
+  EXPECT_EQ(row("SELECT C.CLIENTE, C.NOME, C.PROSPECT, C.E_MAIL_CASA, C.DDD_TELEFONE, "
+                "C.TELEFONE, C.VENDEDOR, F.CPF, F.CONTADOR FROM FAT_CLIENTE C "
+                "JOIN FAT_PESSOA_FISICA F ON F.CLIENTE = C.CLIENTE"),
+            "1|MARIA DA SILVA|S|cliente5001@exemplo.com.br|11|900005001|1|50000005001|0");
+  const std::string receipt =
+      R"({"Cpf":"22233344405","DataAtualizacao":"09/06/2025 09:00:00","DataReagendamento":"",)"
+      R"("IdLead":5001,"Status":-1})";
+  EXPECT_EQ(sandbox().updates().dump(), "[" + receipt + "]");
+  EXPECT_EQ(confirmedLeads(), Strings{"5001"});
+  EXPECT_EQ(logText(),
+            logEntry(R"({"DNs":"01234","Status":"0","Nome":"Vorn Veículos"})",
+                     std::string(R"({"Status":)") + kSucesso + R"(,"Leads":[)" + item.dump() +
+                         "]}") +
+                logEntry(receipt, std::string(R"({"Status":)") + kSucesso +
+                                      R"(,"Retorno":{"Mensagem":"Recebimento do lead 5001 )"
+                                      R"(confirmado","Retorno":"OK"}})"));
+
+  EXPECT_EQ(worker_->sPbPasso(), "09");
+  EXPECT_FALSE(worker_->erroInclusao());
+  EXPECT_TRUE(host_->waits.empty());
+  EXPECT_FALSE(worker_->listaDN().has_value());
+  EXPECT_FALSE(worker_->leadsProcessados().has_value());
+  const TotaisIntake& t = worker_->totais();
+  EXPECT_EQ(Strings({"1/1 5001"}), host_->reported);
+  EXPECT_EQ((std::vector<int>{t.ciclos, t.revendas, t.leadsLidos, t.contatosCriados, t.falhas,
+                              t.confirmados}),
+            (std::vector<int>{1, 1, 1, 1, 0, 1}));
+}
+
+// A failed lead makes the worker repeat the whole cycle five more times, pausing before each,
+// and the sixth failed count raises the restart message, even when the repeated cycles succeed.
+TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
+  execute("DELETE FROM CAC_FORMA_CONTATO WHERE TIPO_FORMA_CONTATO = 1");
+  sandbox().addLeads(Json::array({leadItem("5010")}));
+  host_->onSleep = [this] {
+    if (host_->waits.size() == 1) {
+      execute("INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
+              "TIPO_FORMA_CONTATO) VALUES (1, 4, 'E-MAIL', 1)");
+    }
+  };
+  newWorker().setIntervaloRepeticao(1500);
+  try {
+    worker_->buscarLeads();
+    ADD_FAILURE() << "buscarLeads did not raise";
+  } catch (const VornError& error) {
+    EXPECT_STREQ(error.what(), kReinicio);
+  }
+  EXPECT_EQ(host_->waits, std::vector<int>(6, 1500));
+  EXPECT_EQ(worker_->qtdErros(), 6);
+  EXPECT_EQ(worker_->totais().ciclos, 6);
+  EXPECT_EQ(worker_->totais().falhas, 1);
+  EXPECT_EQ(worker_->totais().contatosCriados, 1);
+  EXPECT_EQ(worker_->sPbPasso(), "08");
+  EXPECT_FALSE(worker_->listaDN().has_value());
+  EXPECT_EQ(count("CAC_LEAD_CONTATO WHERE ID_LEAD_VW = 5010"), 1);
+  EXPECT_EQ(confirmedLeads(), Strings{"5010"});
+  EXPECT_NE(logText().find("Resposta:\r\nNão foi possível incluir o lead 5010\r\nNão existe forma "
+                           "de contato do tipo E-mail não cadastrada na empresa 1\r\n"),
+            std::string::npos);
+}
+
+// A refused receipt ends the receipt pass: logged, and the cycle repeats; the contact was
+// committed before it, and the next cycle confirms the lead.
+TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
+  sandbox().addLeads(Json::array({leadItem("5030")}));
+  sandbox().fault({{"operation", "AtualizaLeads"},
+                   {"mode", "reject"},
+                   {"codigo", 204},
+                   {"descricao", "Lead já recebido"}});
+  EXPECT_EQ(runCycleExpectingError(), kReinicio);
+  EXPECT_EQ(count("CAC_CONTATO"), 1);
+  EXPECT_EQ(confirmedLeads(), Strings{"5030"});
+  EXPECT_NE(logText().find("Requisição: \r\n\r\n\r\nResposta:\r\nLead já recebido\r\n"),
+            std::string::npos);
+}
+
+// A refusal, a server error, text that is no XML or a SOAP fault: the cycle raises at step 08
+// with the failure logged beside the request that met it, and nothing is written.
+TEST_F(IntakeTest, ServiceFailureRaisesAndWritesNothing) {
+  sandbox().addLeads(Json::array({leadItem("5020")}));
+  for (const char* mode : {"reject", "http500", "malformed", "soapfault"}) {
+    SCOPED_TRACE(mode);
+    sandbox().fault({{"operation", "BuscaLeadsStatus"},
+                     {"mode", mode},
+                     {"descricao", "Concessionária sem permissão"}});
+    const std::string message = runCycleExpectingError();
+    if (std::string(mode) == "reject") {
+      EXPECT_EQ(message, "Concessionária sem permissão");
+    }
+    EXPECT_FALSE(message.empty());
+    EXPECT_EQ(worker_->sPbPasso(), "08");
+    EXPECT_NE(logText().find(message), std::string::npos);
+  }
+  EXPECT_EQ(count("CAC_CONTATO") + count("FAT_CLIENTE"), 0);
+  EXPECT_TRUE(sandbox().updates().empty());
+}
+
+// Replies of the fetch as a bridge gives them, and a dealer list that cannot be asked for.
+TEST_F(IntakeTest, FetchRepliesAndDealerListDecideHowTheCycleEnds) {
+  struct Case {
+    const char* setup;
+    const char* reply;
+    std::string outcome, passo;
+    int calls;
+  };
+  for (const Case& c : {
+           Case{"", "<html>Service Unavailable</html>", "ConversionError", "07", 1},
+           Case{"", R"({"Status":{"Codigo":0.5,"Descricao":"Meio erro"},"Leads":[]})",
+                "Meio erro", "08", 1},
+           Case{"", R"({"Leads":[]})",
+                R"(Resposta do serviço de leads sem Status: {"Leads":[]})", "08", 1},
+           Case{"", R"({"Status":{"Codigo":0},"Leads":[]})", "ok", "09", 1},
+           Case{"DELETE FROM GER_REVENDA", "", "Erro ao buscar nome fantasia da revenda 1.1",
+                "03", 0},
+           Case{"UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'", "", "ok", "01.03", 0},
+       }) {
+    SCOPED_TRACE(c.reply);
+    if (*c.setup) execute(c.setup);
+    std::vector<int> calls;
+    newWorker().IntegraLeadsVW = [&](int32_t servico, const AnsiString&) -> AnsiString {
+      calls.push_back(servico);
+      return c.reply;
+    };
+    std::string outcome = "ok";
+    try {
+      worker_->buscarLeads();
+    } catch (const ConversionError&) {
+      outcome = "ConversionError";
+    } catch (const VornError& error) {
+      outcome = error.what();
+    }
+    EXPECT_EQ(c.outcome, outcome);
+    EXPECT_EQ(c.passo, worker_->sPbPasso());
+    EXPECT_EQ(std::vector<int>(c.calls, 4), calls);
+    EXPECT_EQ(1, worker_->totais().ciclos);
+    EXPECT_THROW(worker_->buscarLeads(), VornError) << "a worker serves one top-level call";
+  }
+  EXPECT_TRUE(host_->waits.empty());
+}
+
+// A host's stop request: the lead in hand is finished, no other is started, no receipt is
+// sent after it, and a stop that comes during the pause prevents the repeated cycle.
+TEST_F(IntakeTest, StopRequestEndsTheCycleAfterTheLeadInHand) {
+  sandbox().addLeads(Json::array({leadItem("5031"), leadItem("5032"), leadItem("5033")}));
+  host_->stopAfter = 2;
+  std::vector<int32_t> cycles;
+  newWorker().aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
+    cycles.push_back(ciclo.contatosCriados);
+  };
+  worker_->buscarLeads();
+  EXPECT_EQ(host_->reported, (Strings{"1/3 5031", "2/3 5032"}));
+  EXPECT_TRUE(worker_->interrompido());
+  EXPECT_EQ(cycles, std::vector<int32_t>{2});
+  EXPECT_EQ(count("CAC_LEAD_CONTATO"), 2);
+  EXPECT_TRUE(confirmedLeads().empty());
+
+  // A lead that fails makes the cycle repeat; the stop arrives while the worker pauses.
+  sandbox().addLeads(Json::array({leadItem("5034", {{"DataIntencao", "32/01/2025"}})}));
+  host_->reported.clear();
+  host_->stopAfter = 0;
+  host_->onSleep = [this] { host_->stopAfter = 1; };
+  newWorker().buscarLeads();
+  EXPECT_EQ(worker_->totais().ciclos, 1);
+  EXPECT_EQ(worker_->totais().falhas, 1);
+  EXPECT_TRUE(worker_->interrompido());
+  EXPECT_EQ(confirmedLeads().size(), 3u) << "5031 to 5033 now confirmed";
+}
+
+// A receipt needs a bridge and an answer with a status.
+TEST_F(IntakeTest, ReceiptWithoutBridgeOrStatusRaises) {
+  TContatoLeadVW lead;
+  lead.empresa = 1;
+  lead.revenda = 1;
+  lead.usuarioCorreio = 12;
+  lead.leadID = 77;
+  for (const auto& [bridge, message] :
+       {std::make_pair(TIntegraLeadsVW(), std::string("Função IntegraLeadsVW não definida")),
+        std::make_pair(TIntegraLeadsVW([](int32_t, const AnsiString&) -> AnsiString {
+                         return R"({"Status":null})";
+                       }),
+                       std::string(R"(Resposta do serviço de leads sem Status: {"Status":null})"))}) {
+    worker_->IntegraLeadsVW = bridge;
+    try {
+      worker_->marcaLeadComoRecebido(lead);
+      ADD_FAILURE() << "no error raised";
+    } catch (const VornError& error) {
+      EXPECT_EQ(message, error.what());
+    }
+  }
+  EXPECT_EQ(0, worker_->totais().confirmados);
+}
+
+}  // namespace
+}  // namespace vornleads::test
