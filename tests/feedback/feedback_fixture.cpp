@@ -6,6 +6,7 @@
 
 #include "support/fixed_clock.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
+#include "vornleads/service/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
@@ -17,39 +18,56 @@ std::string timestamp(int diasAtras) {
          "' AS TIMESTAMP)";
 }
 
+// Host directory, then sandbox, then library: the library reads both places at its first call.
+struct Service {
+  TempDir home{"vornleads-home"};
+  std::unique_ptr<SandboxProcess> sandbox;
+  std::unique_ptr<LeadsLibrary> library;
+  Service() {
+    std::filesystem::create_symlink(binDir() / kBibliotecaLeads, home.path() / kBibliotecaLeads);
+    setenv("VORNLEADS_HOME", home.path().c_str(), 1);
+    sandbox = std::make_unique<SandboxProcess>();
+    setenv("VORNLEADS_ENDPOINT", sandbox->url().c_str(), 1);
+    library = std::make_unique<LeadsLibrary>();
+  }
+};
+Service& service() {
+  static Service instance;
+  return instance;
+}
+
 }  // namespace
 
-LeadsService& LeadsService::instance() {
-  static LeadsService service;
-  return service;
-}
-
-LeadsService::LeadsService() {
-  std::filesystem::create_symlink(binDir() / kBibliotecaLeads, home_.path() / kBibliotecaLeads);
-  setenv("VORNLEADS_HOME", home_.path().c_str(), 1);
-  sandbox_ = std::make_unique<SandboxProcess>();
-  setenv("VORNLEADS_ENDPOINT", sandbox_->url().c_str(), 1);
-  library_ = std::make_unique<LeadsLibrary>();
-}
-
+SandboxProcess& sandbox() { return *service().sandbox; }
+TIntegraLeadsVW bridge() { return service().library->bind(); }
+const std::filesystem::path& home() { return service().home.path(); }
 TDateTime testNow() { return EncodeDateTime({2024, 3, 15, 10, 0, 0, 0}); }
+
+std::vector<Json> updatesOf(int64_t idLead) {
+  std::vector<Json> found;
+  for (const auto& update : sandbox().updates()) {
+    if (update.value("IdLead", Json()) == idLead) found.push_back(update);
+  }
+  return found;
+}
 
 int32_t nextKey() {
   static std::atomic<int32_t> key{5000};
   return ++key;
 }
 
-std::vector<Json> updatesOf(int64_t idLead) {
-  std::vector<Json> found;
-  for (const auto& update : LeadsService::instance().sandbox().updates()) {
-    if (update.value("IdLead", Json()) == idLead) found.push_back(update);
-  }
-  return found;
+std::unique_ptr<TestDatabase> newDatabase() {
+  auto database = std::make_unique<TestDatabase>(true);
+  database->isql(
+      "CREATE EXCEPTION E_ENTREGUE 'Linha entregue gravada de novo';\nSET TERM ^ ;\n"
+      "CREATE TRIGGER T_ENTREGUE FOR CAC_ATUALIZACOES_LEADVW BEFORE UPDATE AS\n"
+      "BEGIN\n  IF (OLD.ENVIOU = 'S') THEN EXCEPTION E_ENTREGUE;\nEND^\nSET TERM ; ^\n");
+  return database;
 }
 
 std::unique_ptr<TAtualizaLeadsVW> worker(SqlConnection& db, TIntegraLeadsVW bridge) {
   auto atualiza = std::make_unique<TAtualizaLeadsVW>(db);
-  atualiza->IntegraLeadsVW = bridge ? std::move(bridge) : LeadsService::instance().bridge();
+  atualiza->IntegraLeadsVW = bridge ? std::move(bridge) : test::bridge();
   atualiza->setClock(std::make_shared<FixedClock>(testNow()));
   return atualiza;
 }
@@ -79,8 +97,7 @@ void addLead(SqlConnection& db, int32_t lead, int diasAtras, const std::string& 
       "INSERT INTO CAC_LEAD_CONTATO (EMPRESA, REVENDA, CONTATO, ID_LEAD_VW, INTEGRANDO) "
       "VALUES (1, " +
       n(revenda) + ", " + n(lead) + ", " + n(lead) + ", '" + integra + "')");
-  LeadsService::instance().sandbox().addLeads(
-      Json::array({{{"IdLead", n(lead)}, {"DealerNumber", "01234"}, {"Nome", "CLIENTE"}}}));
+  sandbox().addLeads(Json::array({{{"IdLead", n(lead)}, {"DealerNumber", "01234"}}}));
 }
 
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,
@@ -93,12 +110,12 @@ void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t
       (usuario ? n(*usuario) : "NULL") + ")");
 }
 
-std::vector<std::string> journal(SqlConnection& db, int64_t idLead) {
+Strings journal(SqlConnection& db, int64_t idLead) {
   const SqlRowSet rows = db.query(
       "SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO, "
       "DTA_ATUALIZACAO, DTA_REAGENDAMENTO FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
       n(idLead) + " ORDER BY SEQUENCIA");
-  std::vector<std::string> found;
+  Strings found;
   for (const auto& row : rows.rows) {
     std::string text;
     for (const SqlValue& value : row) {
@@ -111,14 +128,17 @@ std::vector<std::string> journal(SqlConnection& db, int64_t idLead) {
 
 std::string enviou(SqlConnection& db, int64_t idLead) {
   std::string flags;
-  for (const std::string& row : journal(db, idLead)) flags += row[row.find('|', row.find('|') + 1) + 1];
+  for (const std::string& row : journal(db, idLead)) {
+    flags += row[row.find('|', row.find('|') + 1) + 1];
+  }
   return flags;
 }
 
 std::string integrando(SqlConnection& db, int64_t idLead) {
-  const SqlRowSet rows =
-      db.query("SELECT INTEGRANDO FROM CAC_LEAD_CONTATO WHERE ID_LEAD_VW = " + n(idLead));
-  return rows.rows.at(0).at(0).asString();
+  return db.query("SELECT INTEGRANDO FROM CAC_LEAD_CONTATO WHERE ID_LEAD_VW = " + n(idLead))
+      .rows.at(0)
+      .at(0)
+      .asString();
 }
 
 TParametroPreparaAtualizaLeadVW updateOf(int32_t lead, int32_t status, int32_t usuario,

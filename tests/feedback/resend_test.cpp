@@ -14,8 +14,6 @@
 namespace vornleads::test {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 // Each failure of the service leaves the row unsent with the library edition's status 297
 // and the failure's text; the next pass delivers it once, and the pass after reads nothing.
 TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass) {
@@ -23,7 +21,7 @@ TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass)
   for (const char* mode : {"drop", "malformed", "http500", "soapfault"}) {
     SCOPED_TRACE(mode);
     const int32_t lead = newLead();
-    LeadsService::instance().sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", mode}});
+    sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", mode}});
     auto parametros = updateOf(lead, 10);
     const auto resposta = worker(*db_)->realizaAtualizacao(parametros);
     ASSERT_TRUE(resposta.has_value());
@@ -53,8 +51,8 @@ TEST(CrashBetweenJournalWrites, InProgressRowIsDeliveredByTheNextResendPass) {
   if (const char* inherited = std::getenv(kDatabaseVariable)) {
     uri = inherited;
   } else {
-    LeadsService::instance().sandbox().reset();
-    database = std::make_unique<TestDatabase>(true);
+    sandbox().reset();
+    database = newDatabase();
     uri = database->uri();
     addLead(*database->connect(), 910000);
     setenv(kDatabaseVariable, uri.c_str(), 1);
@@ -84,7 +82,7 @@ TEST_F(FeedbackTest, AcceptedResendMarksEarlierRowsAndRejectedOnesStayForTheNext
   const int32_t lead = newLead();
   addJournalRow(*db_, lead, 1, 1, "N");
   addJournalRow(*db_, lead, 2, 10, "N");
-  fault(150, "Recusado");
+  reject(150, "Recusado");
   EXPECT_EQ("2/1/1/0", resendPass(*db_));
   EXPECT_EQ((Strings{"1|1|S|150|Recusado|12|14/03/2024 10:00:00|-",
                      "2|10|S|-||12|14/03/2024 10:00:00|-"}),
@@ -142,7 +140,7 @@ TEST_F(FeedbackTest, AWorkerErrorEndsThePassAndLeavesTheRowAlone) {
       ", 1, 9, CAST('2024-12-01 09:00:00' AS TIMESTAMP), "
       "CAST('2024-03-10 09:00:00' AS TIMESTAMP), 'N', 12)");
   for (const auto& [bridge, message] :
-       {std::make_pair(LeadsService::instance().bridge(),
+       {std::make_pair(bridge(),
                        "Não é possível reagendar para um período maior que 6 meses"),
         std::make_pair(TIntegraLeadsVW(), "Função IntegraLeadsVW não definida")}) {
     try {

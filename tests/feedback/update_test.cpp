@@ -8,11 +8,11 @@
 #include "feedback/feedback_fixture.h"
 #include "vornleads/error.h"
 #include "vornleads/package/host_directory.h"
+#include "vornleads/service/leads_library.h"
 
 namespace vornleads::test {
 namespace {
 
-using Strings = std::vector<std::string>;
 constexpr char kForaValidade[] =
     "Este lead está fora do prazo de validade (90 dias) e não será mais enviado para a VW";
 constexpr char kSemIntegracao[] = "Contato não faz parte da integração";
@@ -28,64 +28,37 @@ std::string failure(Call call) {
   return "(no error)";
 }
 
+// The row stands as in progress while VW is called; the send log keeps request and reply.
 TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged) {
-  addLead(*db_, 900001);
-  const auto logFile = LeadsService::instance().home() / "logErroLeadsVW_2024_03_15.txt";
+  const int32_t lead = newLead();
+  addJournalRow(*db_, lead, 1, 1, "S");  // delivered rows are never written again
+  const auto logFile = home() / "logErroLeadsVW_2024_03_15.txt";
   std::filesystem::remove(logFile);
-  TracingConnection traced(*db_);
   Strings duringCall;
-  const TIntegraLeadsVW library = LeadsService::instance().bridge();
-  auto atualiza = worker(traced, [&](int32_t servico, const AnsiString& json) {
-    duringCall = journal(*db_, 900001);
-    return library(servico, json);
+  auto atualiza = worker(*db_, [&](int32_t servico, const AnsiString& json) {
+    duringCall = journal(*db_, lead);
+    return bridge()(servico, json);
   });
-  auto parametros = updateOf(900001, 10);
+  auto parametros = updateOf(lead, 10);
   const auto resposta = atualiza->realizaAtualizacao(parametros);
-
   ASSERT_TRUE(resposta.has_value());
   EXPECT_EQ(0, resposta->Status->Codigo);
   EXPECT_EQ("12-", atualiza->sPbMensagemAtu());
-  EXPECT_EQ(1, parametros.sequenciaReenvio);
-  EXPECT_EQ(Strings{"1|10|N|297|Atualização em processo de envio|12|15/03/2024 10:00:00|-"},
+  EXPECT_EQ(2, parametros.sequenciaReenvio);
+  const std::string first = "1|1|S|-||12|14/03/2024 10:00:00|-";
+  EXPECT_EQ((Strings{first, "2|10|N|297|Atualização em processo de envio|12|15/03/2024 10:00:00|-"}),
             duringCall);
-  EXPECT_EQ(Strings{"1|10|S|-||12|15/03/2024 10:00:00|-"}, journal(*db_, 900001));
-  const std::string request =
-      R"({"Cpf":"22233344405","DataAtualizacao":"15/03/2024 10:00:00","DataReagendamento":"",)"
-      R"("IdLead":900001,"Status":10})";
-  EXPECT_EQ(std::vector<Json>{Json::parse(request)}, updatesOf(900001));
+  EXPECT_EQ((Strings{first, "2|10|S|-||12|15/03/2024 10:00:00|-"}), journal(*db_, lead));
+  const std::string request = R"({"Cpf":"22233344405","DataAtualizacao":"15/03/2024 10:00:00",)"
+                              R"("DataReagendamento":"","IdLead":)" +
+                              std::to_string(lead) + R"(,"Status":10})";
+  EXPECT_EQ(std::vector<Json>{Json::parse(request)}, updatesOf(lead));
   EXPECT_EQ(std::string(152, '=') + "\r\n15-03-24 10:00:00.000\r\nRequisição: \r\n" + request +
-                "\r\n\r\nResposta:\r\n"
+                "\r\n\r\nResposta:\r\n" +
                 R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Retorno":)"
-                R"({"Mensagem":"Status do lead 900001 atualizado para 10","Retorno":"OK"}})"
-                "\r\n",
+                R"({"Mensagem":"Status do lead )" +
+                std::to_string(lead) + R"( atualizado para 10","Retorno":"OK"}})" + "\r\n",
             readFile(logFile));
-  EXPECT_EQ(
-      (Strings{
-          "select DTA_CONTATO, DTA_NOVO_CONTATO   from CAC_CONTATO  where EMPRESA = 1   and "
-          "REVENDA = 1   and CONTATO = 900001",
-          "select INTEGRANDO   from CAC_LEAD_CONTATO  where EMPRESA = 1   and REVENDA = 1   and "
-          "CONTATO = 900001   and ID_LEAD_VW = 900001",
-          "SELECT UTILIZA_INTEGRACAO_LEADVW   FROM CAC_PARAMETRO  WHERE EMPRESA = 1   AND REVENDA "
-          "= 1",
-          "SELECT STATUS_LEAD   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001"
-          "   AND SEQUENCIA = (SELECT MAX(SEQUENCIA) "
-          "                      FROM CAC_ATUALIZACOES_LEADVW "
-          "                     WHERE ID_LEAD_VW = 900001"
-          "                    )",
-          "SELECT CPF   FROM FAT_VENDEDOR  WHERE EMPRESA = 1   AND REVENDA = 1   AND USUARIO = 12",
-          "SELECT *   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001   AND SEQUENCIA = -1",
-          "Select MAX(SEQUENCIA)   from CAC_ATUALIZACOES_LEADVW  where ID_LEAD_VW = 900001",
-          "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-          "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO) VALUES (900001, 1, 10, "
-          "CAST('2024-03-15 10:00:00' AS TIMESTAMP), 'N', 297, 'Atualização em processo de "
-          "envio', 12)",
-          "SELECT *   FROM CAC_ATUALIZACOES_LEADVW  WHERE ID_LEAD_VW = 900001   AND SEQUENCIA = 1",
-          "update CAC_ATUALIZACOES_LEADVW set ENVIOU = 'S'  where ID_LEAD_VW = 900001   and "
-          "ENVIOU = 'N'    and SEQUENCIA < 1",
-          "UPDATE CAC_ATUALIZACOES_LEADVW SET ENVIOU = 'S', CODIGO_ERRO = NULL, DESCRICAO_ERRO "
-          "= '' WHERE ID_LEAD_VW = 900001 AND SEQUENCIA = 1",
-      }),
-      traced.statements);
 }
 
 // Updates outside the integration are answered on the spot, nothing journalled or sent: 0 for
@@ -210,7 +183,7 @@ TEST_F(FeedbackTest, MissingCpfOrLibraryIsJournalledAndNothingIsSent) {
       return "";
     });
     auto parametros = updateOf(lead, 10, c.usuario);
-    const HostDirectoryOverride home(c.dll ? LeadsService::instance().home() : emptyHome.path());
+    const HostDirectoryOverride where(c.dll ? home() : emptyHome.path());
     EXPECT_FALSE(atualiza->realizaAtualizacao(parametros).has_value());
     EXPECT_EQ("7", atualiza->sPbMensagemAtu());
     EXPECT_EQ(0, calls);
@@ -253,7 +226,7 @@ TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
              "297|Erro ao enviar atualização para a VW: \"x\" is not a valid integer value"}}) {
     const int32_t lead = newLead(10, c.revenda);
     SCOPED_TRACE(std::to_string(c.codigo) + " at 1." + std::to_string(c.revenda));
-    fault(c.codigo, c.descricao);
+    reject(c.codigo, c.descricao);
     std::vector<int> destinos;
     auto atualiza = worker(*db_);
     atualiza->envioExternoMensagem = [&](int32_t origem, int32_t destino, const std::string& assunto,
@@ -303,7 +276,7 @@ TEST_F(FeedbackTest, FailuresWhileSendingAreJournalledNotRaised) {
 TEST_F(FeedbackTest, AcceptedUpdateSupersedesTheEarlierUnsentRowsOfItsLead) {
   const int32_t lead = newLead();
   const int32_t other = newLead();
-  fault(150);
+  reject(150);
   for (int32_t status : {1, 10, 1}) {
     auto parametros = updateOf(lead, status);
     worker(*db_)->realizaAtualizacao(parametros);
