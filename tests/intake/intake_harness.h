@@ -1,15 +1,14 @@
 // The one fixture of the intake tests: a fresh sample database, the sandbox of this program
 // behind the library edition, a fixed clock, a host that records pauses and progress and can
 // ask for a stop, and a host directory of the test's own (logs, and the library edition the
-// update worker looks for). A fake database beside it serves the SQL text and the paths
-// Firebird cannot take.
+// update worker looks for). A fake database beside it serves the SQL text and the failures
+// Firebird cannot be made to give.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -17,21 +16,20 @@
 #include "support/fixed_clock.h"
 #include "support/recording_connection.h"
 #include "support/sandbox_process.h"
-#include "vornleads/data/aplicacao.h"
 #include "vornleads/error.h"
 #include "vornleads/intake/leads_vw_metodos.h"
 
 namespace vornleads::test {
 
-using Json = nlohmann::ordered_json;
+using Json = SandboxProcess::Json;
 using Strings = std::vector<std::string>;
 
 SandboxProcess& sandbox();  // started, and VORNLEADS_ENDPOINT set, before any bridge call
 TDateTime testNow();        // 09/06/2025 09:00:00
 
-// A lead item for dealer 1234 with every field filled (phone 900000000 + its number and CPF
+// A lead item for dealer 1234 with every field filled; phone 900000000 + its number and CPF
 // "5" + its number in ten digits, so that leads match customers only where a test means them
-// to); `changes` replaces members.
+// to. `changes` replaces members.
 Json leadItem(const std::string& idLead, const Json& changes = Json::object());
 
 // Asks for a stop once `stopAfter` leads were reported (0: never); runs onSleep in its pauses.
@@ -39,7 +37,7 @@ struct Host : RunControl, Pause {
   int stopAfter = 0;
   Strings reported;
   std::vector<int> waits;
-  std::function<void()> onSleep;
+  std::function<void()> onSleep = [] {};
   bool stopRequested() const override {
     return stopAfter > 0 && static_cast<int>(reported.size()) >= stopAfter;
   }
@@ -48,7 +46,7 @@ struct Host : RunControl, Pause {
   }
   void sleep(int milliseconds) override {
     waits.push_back(milliseconds);
-    if (onSleep) onSleep();
+    onSleep();
   }
 };
 
@@ -56,13 +54,10 @@ class IntakeTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
-
   // A fresh worker on the database: library bridge, test clock, host.
   TLeadsVWMetodosClass& newWorker();
-  // buscarLeads on a fresh worker; a raise fails the test showing the intake log.
-  void runCycle();
-  // The same, expecting a raise; its message.
-  std::string runCycleExpectingError();
+  // buscarLeads on a fresh worker: "" or the message it raised.
+  std::string cycle();
   // The first row of a query as "A|B|..." (null "<null>"), "" when there is none.
   std::string row(const std::string& sql) const;
   int64_t count(const std::string& tableAndWhere) const;
@@ -78,8 +73,7 @@ class IntakeTest : public ::testing::Test {
   TAplicacaoLibrary aplicacao_;
   std::unique_ptr<TLeadsVWMetodosClass> worker_;
   RecordingConnection fake_{"Firebird"};
-  TAplicacaoLibrary fakeAplicacao_;
-  TLeadsVWMetodosClass onFake_{fakeAplicacao_, fake_};
+  TLeadsVWMetodosClass onFake_{aplicacao_, fake_};
 };
 
 }  // namespace vornleads::test
