@@ -81,42 +81,37 @@ std::string resendPass(SqlConnection& db, TIntegraLeadsVW bridge) {
   return n(s.rowsRead) + "/" + n(s.sent) + "/" + n(s.rejected) + "/" + n(s.unsent);
 }
 
-void addContact(SqlConnection& db, int32_t contato, int diasAtras, int32_t usuarioEncaminhado,
-                int32_t revenda, std::optional<int> novoDias) {
+void addLead(SqlConnection& db, int32_t lead, int diasAtras, const std::string& integra,
+             int32_t revenda, std::optional<int> novoDias, int32_t usuario) {
+  const std::string chave = "1, " + n(revenda) + ", " + n(lead) + ", ";
   db.execute(
       "INSERT INTO CAC_CONTATO (EMPRESA, REVENDA, CONTATO, DTA_CONTATO, DTA_NOVO_CONTATO, "
-      "USUARIO_ENCAMINHADO) VALUES (1, " +
-      n(revenda) + ", " + n(contato) + ", " + timestamp(diasAtras) + ", " +
-      (novoDias ? timestamp(*novoDias) : "NULL") + ", " + n(usuarioEncaminhado) + ")");
-}
-
-void addLead(SqlConnection& db, int32_t lead, int diasAtras, const std::string& integra,
-             int32_t revenda, std::optional<int> novoDias) {
-  addContact(db, lead, diasAtras, 12, revenda, novoDias);
+      "USUARIO_ENCAMINHADO) VALUES (" +
+      chave + timestamp(diasAtras) + ", " + (novoDias ? timestamp(*novoDias) : "NULL") + ", " +
+      n(usuario) + ")");
   db.execute(
       "INSERT INTO CAC_LEAD_CONTATO (EMPRESA, REVENDA, CONTATO, ID_LEAD_VW, INTEGRANDO) "
-      "VALUES (1, " +
-      n(revenda) + ", " + n(lead) + ", " + n(lead) + ", '" + integra + "')");
+      "VALUES (" +
+      chave + n(lead) + ", '" + integra + "')");
   sandbox().addLeads(Json::array({{{"IdLead", n(lead)}, {"DealerNumber", "01234"}}}));
 }
 
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,
-                   const std::string& enviou, std::optional<int32_t> usuario) {
+                   const std::string& enviou, const std::string& usuario) {
   db.execute(
       "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
       "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO) VALUES (" +
       n(idLead) + ", " + n(sequencia) + ", " + n(status) + ", " + timestamp(1) + ", '" + enviou +
-      "', " + (enviou == "N" ? "297, 'falha anterior'" : "NULL, ''") + ", " +
-      (usuario ? n(*usuario) : "NULL") + ")");
+      "', " + (enviou == "N" ? "297, 'falha anterior'" : "NULL, ''") + ", " + usuario + ")");
 }
 
 Strings journal(SqlConnection& db, int64_t idLead) {
-  const SqlRowSet rows = db.query(
-      "SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO, "
-      "DTA_ATUALIZACAO, DTA_REAGENDAMENTO FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
-      n(idLead) + " ORDER BY SEQUENCIA");
   Strings found;
-  for (const auto& row : rows.rows) {
+  for (const auto& row : db.query("SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, "
+                                  "DESCRICAO_ERRO, USUARIO, DTA_ATUALIZACAO, DTA_REAGENDAMENTO "
+                                  "FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
+                                  n(idLead) + " ORDER BY SEQUENCIA")
+                             .rows) {
     std::string text;
     for (const SqlValue& value : row) {
       text += (text.empty() ? "" : "|") + (value.isNull() ? "-" : value.asString());
@@ -146,10 +141,9 @@ TParametroPreparaAtualizaLeadVW updateOf(int32_t lead, int32_t status, int32_t u
   TParametroPreparaAtualizaLeadVW parametros;
   parametros.empresa = 1;
   parametros.revenda = revenda;
-  parametros.contato = lead;
+  parametros.contato = parametros.idLead = lead;
   parametros.usuarioAtualizacao = usuario;
   parametros.codigoAtualizacao = status;
-  parametros.idLead = lead;
   return parametros;
 }
 

@@ -36,13 +36,12 @@ std::unique_ptr<TAtualizaLeadsVW> worker(SqlConnection& db, TIntegraLeadsVW brid
 std::string resendPass(SqlConnection& db, TIntegraLeadsVW bridge = test::bridge());
 
 // A contact of branch 1.revenda dated `diasAtras` before testNow() (a new date `novoDias`
-// before it, when given); addLead numbers it as its lead, links it and tells the sandbox.
-void addContact(SqlConnection& db, int32_t contato, int diasAtras, int32_t usuarioEncaminhado = 12,
-                int32_t revenda = 1, std::optional<int> novoDias = std::nullopt);
+// before it, when given), forwarded to `usuario`, numbered as its lead and linked to it; the
+// sandbox knows the lead.
 void addLead(SqlConnection& db, int32_t lead, int diasAtras = 10, const std::string& integra = "S",
-             int32_t revenda = 1, std::optional<int> novoDias = std::nullopt);
+             int32_t revenda = 1, std::optional<int> novoDias = {}, int32_t usuario = 12);
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,
-                   const std::string& enviou, std::optional<int32_t> usuario = 12);
+                   const std::string& enviou, const std::string& usuario = "12");
 // Rows as "SEQUENCIA|STATUS|ENVIOU|CODIGO_ERRO|DESCRICAO|USUARIO|DTA_ATUALIZACAO|
 // DTA_REAGENDAMENTO", null as "-".
 Strings journal(SqlConnection& db, int64_t idLead);
@@ -69,7 +68,9 @@ class FeedbackTest : public ::testing::Test {
     return lead;
   }
   void reject(int codigo, const std::string& descricao = "Falha simulada") {
-    sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", codigo},
+    sandbox().fault({{"operation", "AtualizaLeads"},
+                     {"mode", "reject"},
+                     {"codigo", codigo},
                      {"descricao", descricao}});
   }
 

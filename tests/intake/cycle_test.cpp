@@ -69,8 +69,9 @@ TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
   sandbox().addLeads(Json::array({leadItem("5010")}));
   host_->onSleep = [this] {
     if (host_->waits.size() == 1) {
-      execute("INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
-              "TIPO_FORMA_CONTATO) VALUES (1, 4, 'E-MAIL', 1)");
+      execute(
+          "INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, "
+          "TIPO_FORMA_CONTATO) VALUES (1, 4, 'E-MAIL', 1)");
     }
   };
   newWorker().setIntervaloRepeticao(1500);
@@ -90,7 +91,9 @@ TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
 // committed before it, and the next cycle confirms the lead.
 TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
   sandbox().addLeads(Json::array({leadItem("5030")}));
-  sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", 204},
+  sandbox().fault({{"operation", "AtualizaLeads"},
+                   {"mode", "reject"},
+                   {"codigo", 204},
                    {"descricao", "Lead já recebido"}});
   EXPECT_EQ(cycle(), kReinicio);
   EXPECT_EQ(count("CAC_CONTATO"), 1);
@@ -104,24 +107,23 @@ TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
 TEST_F(IntakeTest, ServiceFailuresRepliesAndDealerListDecideHowTheCycleEnds) {
   sandbox().addLeads(Json::array({leadItem("5020")}));
   struct Case {
-    const char* setup;  // a fault mode of the sandbox, or SQL
-    const char* reply;  // of a bridge of the test's own; null: the library edition
+    const char* setup;           // a fault mode of the sandbox, or SQL
+    const char* reply;           // of a bridge of the test's own; null: the library edition
     std::string outcome, passo;  // outcome "*": any message, logged beside its request
     int calls;
   };
-  for (const Case& c : {
-           Case{"reject", nullptr, "Concessionária sem permissão", "08", 0},
-           Case{"http500", nullptr, "*", "08", 0}, Case{"malformed", nullptr, "*", "08", 0},
-           Case{"soapfault", nullptr, "*", "08", 0},
-           Case{"", "<html>Service Unavailable</html>", "ConversionError", "07", 1},
-           Case{"", R"({"Status":{"Codigo":0.5,"Descricao":"Meio erro"},"Leads":[]})", "Meio erro",
-                "08", 1},
-           Case{"", R"({"Leads":[]})", R"(Resposta do serviço de leads sem Status: {"Leads":[]})",
-                "08", 1},
-           Case{"", R"({"Status":{"Codigo":0},"Leads":[]})", "", "09", 1},
-           Case{"DELETE FROM GER_REVENDA", "", "Erro ao buscar nome fantasia da revenda 1.1", "03",
-                0},
-           Case{"UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'", "", "", "01.03", 0}}) {
+  for (const Case& c :
+       {Case{"reject", nullptr, "Concessionária sem permissão", "08", 0},
+        Case{"http500", nullptr, "*", "08", 0}, Case{"malformed", nullptr, "*", "08", 0},
+        Case{"soapfault", nullptr, "*", "08", 0},
+        Case{"", "<html>Service Unavailable</html>", "ConversionError", "07", 1},
+        Case{"", R"({"Status":{"Codigo":0.5,"Descricao":"Meio erro"},"Leads":[]})", "Meio erro",
+             "08", 1},
+        Case{"", R"({"Leads":[]})", R"(Resposta do serviço de leads sem Status: {"Leads":[]})",
+             "08", 1},
+        Case{"", R"({"Status":{"Codigo":0},"Leads":[]})", "", "09", 1},
+        Case{"DELETE FROM GER_REVENDA", "", "Erro ao buscar nome fantasia da revenda 1.1", "03", 0},
+        Case{"UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'", "", "", "01.03", 0}}) {
     SCOPED_TRACE(c.setup + std::string(" ") + (c.reply ? c.reply : ""));
     std::vector<int> calls;
     newWorker();
@@ -132,7 +134,8 @@ TEST_F(IntakeTest, ServiceFailuresRepliesAndDealerListDecideHowTheCycleEnds) {
       };
       if (*c.setup) execute(c.setup);
     } else {
-      sandbox().fault({{"operation", "BuscaLeadsStatus"}, {"mode", c.setup},
+      sandbox().fault({{"operation", "BuscaLeadsStatus"},
+                       {"mode", c.setup},
                        {"descricao", "Concessionária sem permissão"}});
     }
     std::string outcome;

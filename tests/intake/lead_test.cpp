@@ -17,12 +17,14 @@ TEST_F(IntakeTest, AwkwardTextIsStoredAsSentAndEachBadLeadFailsAlone) {
   // for, but the number is looked up padded ('04321') and not found.
   execute("INSERT INTO GER_REVENDA (EMPRESA, REVENDA, NOME_FANTASIA) VALUES (2, 1, 'Filial')");
   execute("INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN) VALUES (2, 1, '4321')");
-  execute("INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW, "
-          "USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7)");
+  execute(
+      "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW, "
+      "USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7)");
   // The database itself refuses one interest row, after the contact and the link were written.
-  db_->isql("CREATE EXCEPTION E_RECUSADO 'Interesse recusado pelo banco';\nSET TERM ^ ;\n"
-            "CREATE TRIGGER T_RECUSADO FOR CAC_INTERESSE BEFORE INSERT AS\nBEGIN\n"
-            "  IF (NEW.PRECO = 13.13) THEN EXCEPTION E_RECUSADO;\nEND^\nSET TERM ; ^\n");
+  db_->isql(
+      "CREATE EXCEPTION E_RECUSADO 'Interesse recusado pelo banco';\nSET TERM ^ ;\n"
+      "CREATE TRIGGER T_RECUSADO FOR CAC_INTERESSE BEFORE INSERT AS\nBEGIN\n"
+      "  IF (NEW.PRECO = 13.13) THEN EXCEPTION E_RECUSADO;\nEND^\nSET TERM ; ^\n");
   const std::string falha = "Não foi possível incluir o lead ";
   const std::vector<std::pair<Json, std::string>> failing = {
       {leadItem("70O2"), "\"70O2\" is not a valid integer value\r\n"},
@@ -42,11 +44,13 @@ TEST_F(IntakeTest, AwkwardTextIsStoredAsSentAndEachBadLeadFailsAlone) {
        "\"R$ 1.000,00\" is not a valid floating point value\r\n"}};
   // Field, text around the awkward characters, and the SQL that reads it back by contact.
   const std::vector<std::vector<std::string>> fields = {
-      {"Nome", "Ana ", " Souza", "SELECT C.NOME FROM FAT_CLIENTE C, CAC_CONTATO T WHERE "
-                                "T.CLIENTE = C.CLIENTE AND T.CONTATO = "},
+      {"Nome", "Ana ", " Souza",
+       "SELECT C.NOME FROM FAT_CLIENTE C, CAC_CONTATO T WHERE "
+       "T.CLIENTE = C.CLIENTE AND T.CONTATO = "},
       {"Email", "cli", "@x.com", "SELECT EMAIL FROM CAC_CONTATO WHERE CONTATO = "},
-      {"CpfCnpj", "7", "", "SELECT J.CGC FROM FAT_PESSOA_JURIDICA J, CAC_CONTATO T WHERE "
-                           "T.CLIENTE = J.CLIENTE AND T.CONTATO = "},
+      {"CpfCnpj", "7", "",
+       "SELECT J.CGC FROM FAT_PESSOA_JURIDICA J, CAC_CONTATO T WHERE "
+       "T.CLIENTE = J.CLIENTE AND T.CONTATO = "},
       {"Modelo", "POLO", "", ""},  // an unknown model: only in the contact's description
       {"Origem", "Site ", " VW", "SELECT ORIGEM FROM CAC_LEAD_CONTATO WHERE CONTATO = "},
       {"Mensagem", "Quero ", " ver", "SELECT MENSAGEM FROM CAC_LEAD_CONTATO WHERE CONTATO = "},
@@ -70,8 +74,8 @@ TEST_F(IntakeTest, AwkwardTextIsStoredAsSentAndEachBadLeadFailsAlone) {
   std::sort(confirmed.begin(), confirmed.end());
   EXPECT_EQ(confirmed, good);
   // Prospects of the leads that failed after registering them went back with their leads.
-  for (const char* table : {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM",
-                            "FAT_CLIENTE"}) {
+  for (const char* table :
+       {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"}) {
     EXPECT_EQ(count(table), static_cast<int64_t>(good.size())) << table;
   }
   for (size_t i = 0; i < good.size(); ++i) {
@@ -80,15 +84,16 @@ TEST_F(IntakeTest, AwkwardTextIsStoredAsSentAndEachBadLeadFailsAlone) {
     const std::string contato =
         row("SELECT CONTATO FROM CAC_LEAD_CONTATO WHERE ID_LEAD_VW = " + good[i]);
     if (field[0] == "Nome") {
-      sent.erase(std::remove_if(sent.begin(), sent.end(),
-                                [](char c) { return c == '\'' || c == '"'; }),
-                 sent.end());
+      sent.erase(
+          std::remove_if(sent.begin(), sent.end(), [](char c) { return c == '\'' || c == '"'; }),
+          sent.end());
       std::transform(sent.begin(), sent.end(), sent.begin(), ::toupper);
     }
     if (field[0] == "Modelo") {
       EXPECT_NE(row("SELECT DES_CONTATO FROM CAC_CONTATO WHERE CONTATO = " + contato)
                     .find("MODELO: " + sent + "\r\n"),
-                std::string::npos) << sent;
+                std::string::npos)
+          << sent;
     } else {
       EXPECT_EQ(row(field[3] + contato), sent) << field[0];
     }
@@ -128,7 +133,8 @@ TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
     EXPECT_EQ(cycle(), "");
     EXPECT_EQ(c.contato, row("SELECT C.DTA_CONTATO, C.SITUACAO, C.SITUACAO_FECHAMENTO, "
                              "C.DTA_FECHAMENTO FROM CAC_CONTATO C JOIN CAC_LEAD_CONTATO L ON "
-                             "L.CONTATO = C.CONTATO WHERE L.ID_LEAD_VW = " + c.id));
+                             "L.CONTATO = C.CONTATO WHERE L.ID_LEAD_VW = " +
+                             c.id));
     EXPECT_EQ(c.revisados, worker_->totais().revisados);
     EXPECT_EQ(1 - c.revisados, worker_->totais().encerrados);
   }
@@ -153,9 +159,10 @@ TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
 TEST_F(IntakeTest, CustomerWithAContactScheduledForTheDateGetsOnlyTheLinkAndStatus10) {
   execute("INSERT INTO FAT_CLIENTE (CLIENTE, NOME) VALUES (700, 'CLIENTE AGENDADO')");
   execute("INSERT INTO FAT_PESSOA_FISICA (CLIENTE, CPF) VALUES (700, '50000008100')");
-  execute("INSERT INTO CAC_CONTATO (EMPRESA, REVENDA, CONTATO, DTA_CONTATO, SITUACAO, CLIENTE, "
-          "DTA_NOVO_CONTATO) VALUES (1, 1, 900, CAST('2025-06-01 09:00:00' AS TIMESTAMP), 'A', "
-          "700, CAST('2025-06-10 10:00:00' AS TIMESTAMP))");
+  execute(
+      "INSERT INTO CAC_CONTATO (EMPRESA, REVENDA, CONTATO, DTA_CONTATO, SITUACAO, CLIENTE, "
+      "DTA_NOVO_CONTATO) VALUES (1, 1, 900, CAST('2025-06-01 09:00:00' AS TIMESTAMP), 'A', "
+      "700, CAST('2025-06-10 10:00:00' AS TIMESTAMP))");
   sandbox().addLeads(Json::array({leadItem("8100")}));
   EXPECT_EQ(cycle(), "");
   EXPECT_EQ(count("CAC_CONTATO") + count("CAC_INTERESSE") + count("GER_MENSAGEM"), 1);
@@ -209,9 +216,9 @@ TEST_F(IntakeTest, CustomerIsMatchedByTaxNumberEmailOrPhoneElseRegistered) {
   lead.email = "joao@x.com";
   lead.DDD = 31;
   lead.telefone = 988887777;
-  for (const auto& [documento, pessoa] : {std::make_pair("22233344405", "22233344405|0"),
-                                          std::make_pair("222.333.444-05", "222.333.444-05|3| |0"),
-                                          std::make_pair("", "|3| |0")}) {
+  for (const auto& [documento, pessoa] :
+       {std::make_pair("22233344405", "22233344405|0"),
+        std::make_pair("222.333.444-05", "222.333.444-05|3| |0"), std::make_pair("", "|3| |0")}) {
     lead.cpfcnpj = documento;
     const std::string cliente = std::to_string(worker_->cadastraCliente(lead));
     EXPECT_EQ(row("SELECT NOME, PROSPECT, E_MAIL_CASA, DDD_TELEFONE, TELEFONE, VENDEDOR, "
@@ -220,7 +227,8 @@ TEST_F(IntakeTest, CustomerIsMatchedByTaxNumberEmailOrPhoneElseRegistered) {
               "JOÃO DA SILVA|S|joao@x.com|31|988887777|1|1|1");
     EXPECT_EQ(row("SELECT CPF, CONTADOR FROM FAT_PESSOA_FISICA WHERE CLIENTE = " + cliente) +
                   row("SELECT CGC, INDICADOR_INSCRICAO_ESTADUAL, INSCRICAO_ESTADUAL, CONTADOR "
-                      "FROM FAT_PESSOA_JURIDICA WHERE CLIENTE = " + cliente),
+                      "FROM FAT_PESSOA_JURIDICA WHERE CLIENTE = " +
+                      cliente),
               pessoa);
   }
 }

@@ -23,12 +23,13 @@ std::string failure(Call call) {
 
 TEST_F(IntakeTest, ConversionsReadNumbersAsTheHostDoes) {
   using namespace intake;
-  for (const auto& [texto, valor] : {std::make_pair("5001", 5001), std::make_pair("  19", 19),
-                                     std::make_pair("+7", 7), std::make_pair("-8", -8),
-                                     std::make_pair("-2147483648", INT32_MIN)}) {
+  for (const auto& [texto, valor] :
+       {std::make_pair("5001", 5001), std::make_pair("  19", 19), std::make_pair("+7", 7),
+        std::make_pair("-8", -8), std::make_pair("-2147483648", INT32_MIN)}) {
     EXPECT_EQ(TextoParaInteiro(texto), valor);
   }
-  for (const char* bad : {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"}) {
+  for (const char* bad :
+       {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"}) {
     EXPECT_EQ(failure([&] { TextoParaInteiro(bad); }),
               "\"" + std::string(bad) + "\" is not a valid integer value");
   }
@@ -139,7 +140,8 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
                               lead.subTipoContato, lead.departamento}));
 
   const std::string forma =
-      "SELECT FORMA_CONTATO   FROM CAC_FORMA_CONTATO  WHERE EMPRESA = 2   AND TIPO_FORMA_CONTATO = 1";
+      "SELECT FORMA_CONTATO   FROM CAC_FORMA_CONTATO  WHERE EMPRESA = 2   AND TIPO_FORMA_CONTATO = "
+      "1";
   const std::string vendedor =
       "SELECT VENDEDOR   FROM FAT_VENDEDOR  WHERE EMPRESA = 2   AND REVENDA = 3   AND USUARIO = 0";
   const std::string modelo =
@@ -156,9 +158,9 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
   EXPECT_EQ(onFake_.buscaCodigoModelo(2, "GOL D'ÁGUA"), "1001");
   EXPECT_EQ(onFake_.buscaCodigoModelo(2, "GOL D'ÁGUA"), "") << "an unknown model";
   onFake_.buscaEmpresaRevendaLead(777, lead);
-  EXPECT_EQ((std::vector<int>{0, 0, 5, 6}), (std::vector<int>{lead.formaContato,
-                                                              lead.vendedorInclusao, lead.empresa,
-                                                              lead.revenda}));
+  EXPECT_EQ(
+      (std::vector<int>{0, 0, 5, 6}),
+      (std::vector<int>{lead.formaContato, lead.vendedorInclusao, lead.empresa, lead.revenda}));
   EXPECT_EQ(fake_.statements(), (Strings{forma, vendedor, modelo, modelo, dn}));
 }
 
