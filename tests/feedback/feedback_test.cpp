@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "feedback/feedback_fixture.h"
-#include "feedback/text_cut.h"
 #include "vornleads/error.h"
 #include "vornleads/package/host_directory.h"
 
@@ -138,11 +137,7 @@ TEST_F(FeedbackTest, EarlierStatusesAndTheContactsAgeDecideWhatIsSent) {
 
 TEST_F(FeedbackTest, PreparationErrorsReachTheCallerAndReschedulingIsUpToSixMonths) {
   const int32_t lead = newLead();
-  TAtualizaLeadsVW unbound(*db_);
   auto parametros = updateOf(lead, 9);
-  EXPECT_EQ("Função IntegraLeadsVW não definida",
-            failure([&] { unbound.realizaAtualizacao(parametros); }));
-  EXPECT_EQ("1", unbound.sPbMensagemAtu());
   for (const auto& [data, erro] :
        {std::make_pair("31/02/2024", "\"31/02/2024\" is not a valid date and time"),
         std::make_pair("20/10/2024 10:00",
@@ -364,81 +359,47 @@ TEST(CrashBetweenJournalWrites, InProgressRowIsDeliveredByTheNextResendPass) {
   EXPECT_EQ(10, updatesOf(910000)[0]["Status"]);
 }
 
-TEST_F(FeedbackTest, AcceptedResendMarksEarlierRowsAndRejectedOnesStayForTheNextPass) {
+// A row without a user takes the user the branch's first contact was forwarded to; a lead
+// switched off is not read, one too old is read once and switched off, an appointment now
+// past is neither sent nor dropped. A worker's error ends the pass and leaves its row alone;
+// with no integrated branch the journal is not even read.
+TEST_F(FeedbackTest, ResendPassSendsWhatStillIntegratesAndLeavesTheRestAlone) {
   isolate();
-  const int32_t lead = newLead();
-  addJournalRow(*db_, lead, 1, 1, "N");
-  addJournalRow(*db_, lead, 2, 10, "N");
-  reject(150, "Recusado");
-  EXPECT_EQ("2/1/1/0", resendPass(*db_));
-  EXPECT_EQ((Strings{"1|1|S|150|Recusado|12|14/03/2024 10:00:00|-",
-                     "2|10|S|-||12|14/03/2024 10:00:00|-"}),
-            journal(*db_, lead))
-      << "the rejected row is marked by the accepted one after it and keeps its error";
-  EXPECT_EQ("0/0/0/0", resendPass(*db_));
-  EXPECT_EQ(2u, updatesOf(lead).size()) << "nothing accepted is sent again";
-}
-
-// A row without a user takes the user the branch's first contact was forwarded to.
-TEST_F(FeedbackTest, RowWithoutUserTakesTheForwardedUserOfTheBranchsFirstContact) {
-  isolate();
-  addLead(*db_, nextKey(), 2, "S", 1, {}, 15);
-  const int32_t lead = newLead();  // forwarded to user 12
-  addJournalRow(*db_, lead, 1, 10, "N", "NULL");
-  EXPECT_EQ("1/1/0/0", resendPass(*db_));
-  EXPECT_EQ(Strings{"1|10|S|-||15|14/03/2024 10:00:00|-"}, journal(*db_, lead));
-  EXPECT_EQ("33344455514", updatesOf(lead).at(0)["Cpf"]);
-  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(lead).at(0)["DataAtualizacao"]);
-}
-
-// A lead switched off is not read; one too old is read once and switched off; an appointment
-// now past is neither sent nor dropped: read by every pass.
-TEST_F(FeedbackTest, LeadsOutOfTheIntegrationAreLeftAlone) {
-  isolate();
+  const auto appointment = [&](int32_t lead, const std::string& data, const char* codigo) {
+    db_->execute(
+        "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
+        "DTA_REAGENDAMENTO, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (" +
+        std::to_string(lead) + ", 1, 9, CAST('" + data +
+        "' AS TIMESTAMP), CAST('2024-03-10 09:00:00' AS TIMESTAMP), 'N', " + codigo + ", 12)");
+  };
+  addLead(*db_, nextKey(), 2, "S", 1, {}, 15);  // the branch's first contact
+  const int32_t semUsuario = newLead();
+  addJournalRow(*db_, semUsuario, 1, 10, "N", "NULL");
   const int32_t off = nextKey();
   addLead(*db_, off, 2, "N");
   addJournalRow(*db_, off, 1, 10, "N");
   const int32_t old = newLead(100);
   addJournalRow(*db_, old, 1, 10, "N");
   const int32_t past = newLead();
-  db_->execute(
-      "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-      "DTA_REAGENDAMENTO, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (" +
-      std::to_string(past) +
-      ", 1, 9, CAST('2024-03-14 09:00:00' AS TIMESTAMP), "
-      "CAST('2024-03-10 09:00:00' AS TIMESTAMP), 'N', 297, 12)");
-  EXPECT_EQ("2/0/0/2", resendPass(*db_));
+  appointment(past, "2024-03-14 09:00:00", "297");
+  EXPECT_EQ("3/1/0/2", resendPass(*db_));
+  EXPECT_EQ(Strings{"1|10|S|-||15|14/03/2024 10:00:00|-"}, journal(*db_, semUsuario));
+  EXPECT_EQ("33344455514", updatesOf(semUsuario).at(0)["Cpf"]);
+  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(semUsuario).at(0)["DataAtualizacao"]);
   EXPECT_EQ("N", integrando(*db_, old)) << "too old: switched off";
   EXPECT_EQ("1/0/0/1", resendPass(*db_));
   EXPECT_EQ("NNN", enviou(*db_, off) + enviou(*db_, old) + enviou(*db_, past));
   EXPECT_EQ(0u, updatesOf(off).size() + updatesOf(old).size() + updatesOf(past).size());
-  db_->execute("UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'");
-  EXPECT_EQ("0/0/0/0", resendPass(*db_)) << "no integrated branch: the journal is not read";
-}
 
-TEST_F(FeedbackTest, AWorkerErrorEndsThePassAndLeavesTheRowAlone) {
-  isolate();
-  const int32_t lead = newLead();
-  db_->execute(
-      "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-      "DTA_REAGENDAMENTO, DTA_ATUALIZACAO, ENVIOU, USUARIO) VALUES (" +
-      std::to_string(lead) +
-      ", 1, 9, CAST('2024-12-01 09:00:00' AS TIMESTAMP), "
-      "CAST('2024-03-10 09:00:00' AS TIMESTAMP), 'N', 12)");
+  const int32_t far = newLead();
+  appointment(far, "2024-12-01 09:00:00", "NULL");
   EXPECT_EQ("Não é possível reagendar para um período maior que 6 meses",
             failure([&] { resendPass(*db_); }));
   EXPECT_EQ("Função IntegraLeadsVW não definida", failure([&] { resendPass(*db_, {}); }));
-  EXPECT_EQ(Strings{"1|9|N|-|-|12|10/03/2024 09:00:00|01/12/2024 09:00:00"}, journal(*db_, lead));
-  EXPECT_TRUE(updatesOf(lead).empty());
-}
-
-TEST(PrimeirosCaracteres, CountsCharactersNotBytes) {
-  const std::tuple<const char*, std::size_t, const char*> cases[] = {
-      {"ação", 4, "ação"}, {"ação", 3, "açã"}, {"ação", 1, "a"},   {"ação", 0, ""},
-      {"€€€", 2, "€€"},    {"a😀b", 2, "a😀"},   {"abc", 500, "abc"}};
-  for (const auto& [texto, limite, esperado] : cases) {
-    EXPECT_EQ(esperado, primeirosCaracteres(texto, limite)) << texto << " " << limite;
-  }
+  EXPECT_EQ(Strings{"1|9|N|-|-|12|10/03/2024 09:00:00|01/12/2024 09:00:00"}, journal(*db_, far));
+  EXPECT_TRUE(updatesOf(far).empty());
+  db_->execute("UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'");
+  EXPECT_EQ("0/0/0/0", resendPass(*db_));
 }
 
 }  // namespace
