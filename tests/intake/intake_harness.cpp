@@ -24,25 +24,17 @@ Json leadItem(const std::string& idLead, const Json& changes) {
   int64_t numero = 0;
   for (char c : idLead) numero = (c >= '0' && c <= '9') ? numero * 10 + (c - '0') : 0;
   const std::string digits = std::to_string(numero % 10000000);
-  Json item = {{"Acabamento", "Comfortline"},
-               {"Cor", "Branco"},
-               {"CpfCnpj", "5" + std::string(10 - digits.size(), '0') + digits},
-               {"DataIntencao", "10/06/2025 10:00:00"},
-               {"Ddd", 11},
-               {"DealerNumber", "1234"},
-               {"Email", "cliente" + idLead + "@exemplo.com.br"},
-               {"IdLead", idLead},
-               {"Modelo", "POLO"},
-               {"Nome", "Maria da Silva"},
-               {"Opcionais", ""},
-               {"Status", 0},
-               {"Telefone", 900000000 + numero % 10000000},
-               {"Preco", "98500,90"},
-               {"Origem", "Site VW"},
-               {"Mensagem", "Gostaria de agendar um test drive"},
-               {"DataIntencaoAgendamento", "11/06/2025 15:30:00"},
-               {"Showroom", "Loja Centro"},
-               {"PreferenciaContato", "WhatsApp"}};
+  Json item = Json::parse(
+      R"({"Acabamento":"Comfortline","Cor":"Branco","CpfCnpj":"","DataIntencao":)"
+      R"("10/06/2025 10:00:00","Ddd":11,"DealerNumber":"1234","Email":"","IdLead":"",)"
+      R"("Modelo":"POLO","Nome":"Maria da Silva","Opcionais":"","Status":0,"Telefone":0,)"
+      R"("Preco":"98500,90","Origem":"Site VW","Mensagem":"Gostaria de agendar um test drive",)"
+      R"("DataIntencaoAgendamento":"11/06/2025 15:30:00","Showroom":"Loja Centro",)"
+      R"("PreferenciaContato":"WhatsApp"})");
+  item["CpfCnpj"] = "5" + std::string(10 - digits.size(), '0') + digits;
+  item["Email"] = "cliente" + idLead + "@exemplo.com.br";
+  item["IdLead"] = idLead;
+  item["Telefone"] = 900000000 + numero % 10000000;
   for (const auto& [name, change] : changes.items()) item[name] = change;
   return item;
 }

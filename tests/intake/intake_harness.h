@@ -1,8 +1,6 @@
-// The one fixture of the intake tests: a fresh sample database, the sandbox of this program
-// behind the library edition, a fixed clock, a host that records pauses and progress and can
-// ask for a stop, and a host directory of the test's own (logs, and the library edition the
-// update worker looks for). A fake database beside it serves the SQL text and the failures
-// Firebird cannot be made to give.
+// The one fixture of the intake tests: a fresh sample database, the sandbox behind the library
+// edition, a fixed clock, a host that records pauses and progress and can ask for a stop, and a
+// host directory of the test's own; beside them a fake database for SQL text and failures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -49,6 +47,17 @@ struct Host : RunControl, Pause {
     onSleep();
   }
 };
+
+// The message of the VornError a call raises.
+template <typename Call>
+std::string failure(Call call) {
+  try {
+    call();
+  } catch (const VornError& error) {
+    return error.what();
+  }
+  return "(no error)";
+}
 
 class IntakeTest : public ::testing::Test {
  protected:
