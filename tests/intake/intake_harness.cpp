@@ -66,15 +66,6 @@ TLeadsVWMetodosClass& IntakeTest::newWorker() {
   return *worker_;
 }
 
-std::string IntakeTest::cycle() {
-  try {
-    newWorker().buscarLeads();
-  } catch (const std::exception& error) {
-    return error.what();
-  }
-  return "";
-}
-
 std::string IntakeTest::row(const std::string& sql) const {
   const SqlRowSet rows = db_->connect()->query(sql);
   std::string text;
@@ -83,12 +74,6 @@ std::string IntakeTest::row(const std::string& sql) const {
   }
   return text;
 }
-
-int64_t IntakeTest::count(const std::string& tableAndWhere) const {
-  return std::stoll(row("SELECT COUNT(*) FROM " + tableAndWhere));
-}
-
-void IntakeTest::execute(const std::string& sql) const { db_->connect()->execute(sql); }
 
 std::string IntakeTest::logText() const {
   const auto path = LogFile(kLogBuscaLeads, clock_).pathFor(clock_->now());

@@ -48,7 +48,7 @@ struct Host : RunControl, Pause {
   }
 };
 
-// The message of the VornError a call raises.
+// The message of the VornError a call raises, "" when it raises none.
 template <typename Call>
 std::string failure(Call call) {
   try {
@@ -56,7 +56,7 @@ std::string failure(Call call) {
   } catch (const VornError& error) {
     return error.what();
   }
-  return "(no error)";
+  return "";
 }
 
 class IntakeTest : public ::testing::Test {
@@ -65,12 +65,15 @@ class IntakeTest : public ::testing::Test {
   void TearDown() override;
   // A fresh worker on the database: library bridge, test clock, host.
   TLeadsVWMetodosClass& newWorker();
-  // buscarLeads on a fresh worker: "" or the message it raised.
-  std::string cycle();
+  std::string cycle() {
+    return failure([this] { newWorker().buscarLeads(); });
+  }
   // The first row of a query as "A|B|..." (null "<null>"), "" when there is none.
   std::string row(const std::string& sql) const;
-  int64_t count(const std::string& tableAndWhere) const;
-  void execute(const std::string& sql) const;
+  int64_t count(const std::string& table) const {
+    return std::stoll(row("SELECT COUNT(*) FROM " + table));
+  }
+  void execute(const std::string& sql) const { db_->connect()->execute(sql); }
   std::string logText() const;  // the intake log of the test day
   Strings confirmedLeads() const;
 
