@@ -49,12 +49,6 @@ void IntakeTest::SetUp() {
   newWorker();
 }
 
-void IntakeTest::TearDown() {
-  worker_.reset();
-  connection_.reset();
-  unsetenv("VORNLEADS_HOME");
-}
-
 TLeadsVWMetodosClass& IntakeTest::newWorker() {
   static const LeadsLibrary library(binDir() / "VornLeadsVW.dll");
   sandbox();

@@ -62,7 +62,6 @@ std::string failure(Call call) {
 class IntakeTest : public ::testing::Test {
  protected:
   void SetUp() override;
-  void TearDown() override;
   // A fresh worker on the database: library bridge, test clock, host.
   TLeadsVWMetodosClass& newWorker();
   std::string cycle() {
