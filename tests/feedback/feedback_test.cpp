@@ -74,21 +74,18 @@ TEST_F(FeedbackTest, UpdatesOutsideTheIntegrationAreAnsweredLocally) {
       "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW) "
       "VALUES (1, 31, 'N')");
   struct Case {
-    int diasAtras;
-    const char* link;
-    int32_t revenda, status;
+    int diasAtras, revenda, status;
     bool reenvio;
-    const char* reagendamento;
     double codigo;
-    const char *descricao, *integrandoDepois;
+    const char *link, *reagendamento, *descricao, *integrandoDepois;
   };
-  for (const Case& c : {Case{91, "S", 1, 10, false, "", 0, kForaValidade, "N"},
-                        Case{91, "S", 1, 10, true, "", 299, kForaValidade, "N"},
-                        Case{3, "N", 1, 10, false, "", 0, kSemIntegracao, "N"},
-                        Case{3, "N", 1, 10, true, "", 297, kSemIntegracao, "N"},
-                        Case{3, "S", 1, -1, false, "", 0, kSemIntegracao, "S"},
-                        Case{3, "S", 31, 10, false, "", 0, kSemIntegracao, "S"},
-                        Case{3, "S", 1, 9, false, "14/03/2024 18:00:00", 0, kSemIntegracao, "S"}}) {
+  for (const Case& c : {Case{91, 1, 10, false, 0, "S", "", kForaValidade, "N"},
+                        Case{91, 1, 10, true, 299, "S", "", kForaValidade, "N"},
+                        Case{3, 1, 10, false, 0, "N", "", kSemIntegracao, "N"},
+                        Case{3, 1, 10, true, 297, "N", "", kSemIntegracao, "N"},
+                        Case{3, 1, -1, false, 0, "S", "", kSemIntegracao, "S"},
+                        Case{3, 31, 10, false, 0, "S", "", kSemIntegracao, "S"},
+                        Case{3, 1, 9, false, 0, "S", "14/03/2024 18:00:00", kSemIntegracao, "S"}}) {
     const int32_t lead = nextKey();
     addLead(*db_, lead, c.diasAtras, c.link, c.revenda);
     auto parametros = updateOf(lead, c.status, 12, c.revenda);
@@ -189,9 +186,10 @@ TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
   }
   std::string longa;
   for (int i = 0; i < 60; ++i) longa += "Rejeições ";  // 10 characters, 12 bytes each
+  const std::string badEntry =
+      "297|Erro ao enviar atualização para a VW: \"x\" is not a valid integer value";
   struct Case {
-    int codigo;
-    int32_t revenda;
+    int codigo, revenda;
     std::string descricao, integrandoDepois;
     std::vector<int> destinos;
     std::string journalled;  // CODIGO_ERRO|DESCRICAO_ERRO
@@ -201,12 +199,7 @@ TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
         Case{207, 1, "Fim", "N", {12, 15}, "207|Fim"},
         Case{208, 1, "Fim", "N", {12, 15}, "208|Fim"},
         Case{206, 1, "Não", "S", {12, 15}, "206|Não"}, Case{150, 21, "Não", "S", {0}, "150|Não"},
-        Case{150,
-             22,
-             "Não",
-             "S",
-             {12},
-             "297|Erro ao enviar atualização para a VW: \"x\" is not a valid integer value"}}) {
+        Case{150, 22, "Não", "S", {12}, badEntry}}) {
     const int32_t lead = newLead(10, c.revenda);
     SCOPED_TRACE(std::to_string(c.codigo) + " at 1." + std::to_string(c.revenda));
     reject(c.codigo, c.descricao);

@@ -1,5 +1,5 @@
 // Whole intake cycles against the sample database and the sandbox, through the library edition:
-// what a lead becomes, the receipts, the repetition of failed cycles, stops and service failures.
+// what a lead becomes, the receipts, the repetition of failed cycles and how a cycle fails.
 #include <string>
 #include <vector>
 
@@ -107,13 +107,11 @@ TEST_F(IntakeTest, FetchFailuresEndTheCycleAtTheirStep) {
   };
   for (const Case& c :
        {Case{"reject", nullptr, "Concessionária sem permissão", "08", 0},
-        Case{"soapfault", nullptr, "Concessionária sem permissão", "08", 0},
         Case{"", "<html>Service Unavailable</html>", "ConversionError", "07", 1},
         Case{"", R"({"Status":{"Codigo":0.5,"Descricao":"Meio erro"},"Leads":[]})", "Meio erro",
              "08", 1},
         Case{"", R"({"Leads":[]})", R"(Resposta do serviço de leads sem Status: {"Leads":[]})",
              "08", 1},
-        Case{"", R"({"Status":{"Codigo":0},"Leads":[]})", "", "09", 1},
         Case{"DELETE FROM GER_REVENDA", "", "Erro ao buscar nome fantasia da revenda 1.1", "03", 0},
         Case{"UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'", "", "", "01.03", 0}}) {
     std::vector<int> calls;
@@ -146,23 +144,6 @@ TEST_F(IntakeTest, FetchFailuresEndTheCycleAtTheirStep) {
   EXPECT_NE(logText().find("Concessionária sem permissão"), std::string::npos);
   EXPECT_TRUE(host_->waits.empty());
   EXPECT_EQ(count("CAC_CONTATO") + count("FAT_CLIENTE"), 0);
-}
-
-// A host's stop request: the lead in hand is finished, no other is started, and no receipt is
-// sent after it.
-TEST_F(IntakeTest, StopRequestEndsTheCycleAfterTheLeadInHand) {
-  sandbox().addLeads(Json::array({leadItem("5031"), leadItem("5032"), leadItem("5033")}));
-  host_->stopAfter = 2;
-  std::vector<int32_t> cycles;
-  newWorker().aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
-    cycles.push_back(ciclo.contatosCriados);
-  };
-  worker_->buscarLeads();
-  EXPECT_EQ(host_->reported, (Strings{"1/3 5031", "2/3 5032"}));
-  EXPECT_TRUE(worker_->interrompido());
-  EXPECT_EQ(cycles, std::vector<int32_t>{2});
-  EXPECT_EQ(count("CAC_LEAD_CONTATO"), 2);
-  EXPECT_TRUE(confirmedLeads().empty());
 }
 
 TEST_F(IntakeTest, ReceiptNeedsABridgeAndAnAnswerWithAStatus) {

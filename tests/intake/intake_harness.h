@@ -1,11 +1,10 @@
 // The one fixture of the intake tests: a fresh sample database, the sandbox behind the library
-// edition, a fixed clock, a host that records pauses and progress and can ask for a stop, and a
-// host directory of the test's own; beside them a fake database for SQL text and failures.
+// edition, a fixed clock, a recording host and a host directory of the test's own; beside them
+// a fake database for SQL text and failures.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,22 +29,15 @@ TDateTime testNow();        // 09/06/2025 09:00:00
 // to. `changes` replaces members.
 Json leadItem(const std::string& idLead, const Json& changes = Json::object());
 
-// Asks for a stop once `stopAfter` leads were reported (0: never); runs onSleep in its pauses.
+// Records the pauses and the leads reported; never asks for a stop.
 struct Host : RunControl, Pause {
-  int stopAfter = 0;
   Strings reported;
   std::vector<int> waits;
-  std::function<void()> onSleep = [] {};
-  bool stopRequested() const override {
-    return stopAfter > 0 && static_cast<int>(reported.size()) >= stopAfter;
-  }
+  bool stopRequested() const override { return false; }
   void progress(int n, int total, const std::string& id) override {
     reported.push_back(std::to_string(n) + "/" + std::to_string(total) + " " + id);
   }
-  void sleep(int milliseconds) override {
-    waits.push_back(milliseconds);
-    onSleep();
-  }
+  void sleep(int milliseconds) override { waits.push_back(milliseconds); }
 };
 
 // The message of the VornError a call raises, "" when it raises none.

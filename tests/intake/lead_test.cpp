@@ -93,16 +93,14 @@ TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
   sandbox().addLeads(Json::array({leadItem("8001"), leadItem("8002")}));
   EXPECT_EQ(cycle(), "");
   struct Case {
-    std::string id;
-    int status;
-    std::string contato;  // DTA_CONTATO|SITUACAO|SITUACAO_FECHAMENTO|DTA_FECHAMENTO
-    int revisados;
+    std::string id, contato;  // contato: DTA_CONTATO|SITUACAO|SITUACAO_FECHAMENTO|DTA_FECHAMENTO
+    int status, revisados;
   };
-  for (const Case& c : {Case{"8001", 0, "12/06/2025 14:00:00|A|<null>|<null>", 1},
-                        Case{"8001", 1, "12/06/2025 14:00:00|A|<null>|<null>", 1},
-                        Case{"8001", 9, "12/06/2025 14:00:00|A|<null>|<null>", 1},
-                        Case{"8001", 7, "12/06/2025 14:00:00|F|R|09/06/2025 09:00:00", 0},
-                        Case{"8002", 3, "10/06/2025 10:00:00|F|P|09/06/2025 09:00:00", 0}}) {
+  for (const Case& c : {Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 0, 1},
+                        Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 1, 1},
+                        Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 9, 1},
+                        Case{"8001", "12/06/2025 14:00:00|F|R|09/06/2025 09:00:00", 7, 0},
+                        Case{"8002", "10/06/2025 10:00:00|F|P|09/06/2025 09:00:00", 3, 0}}) {
     SCOPED_TRACE(c.status);
     const std::string data = c.status ? "13/06/2025 08:00:00" : "12/06/2025 14:00:00";
     sandbox().addLeads(
@@ -248,32 +246,26 @@ SqlRowSet rows(Strings columns, std::vector<SqlValue> values) {
   set.rows = {std::move(values)};
   return set;
 }
-constexpr char kCAC[] =
-    "SELECT USUARIOS_NOTIF_CONTATO_VEI,        ORIGEM_TRAFEGO_LEADVW   FROM CAC_PARAMETRO  "
-    "WHERE EMPRESA = 2   AND REVENDA = 3";
-constexpr char kCPF[] =
-    "SELECT CPF   FROM FAT_VENDEDOR  WHERE EMPRESA = 2   AND REVENDA = 3   AND USUARIO = 12";
-constexpr char kVeiculos[] =
-    "select TIPO_CONTATO,        SUB_TIPO_CONTATO,        DEPARTAMENTO   from VEI_PARAMETRO  "
-    "where EMPRESA = 2   and REVENDA = 3";
-
 // Each lookup that finds nothing fails the lead with a message of its own; what it finds fills
 // the lead. Each case is one scripted answer of the fake, or none.
 TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
+  using V = SqlValue;
   TContatoLeadVW lead;
   lead.leadID = 4711;
   lead.empresa = 2;
   lead.revenda = 3;
   const auto cac = [&](SqlValue usuarios, SqlValue origem, Strings cpfs) {
-    fake_.respond(kCAC, rows({"USUARIOS_NOTIF_CONTATO_VEI", "ORIGEM_TRAFEGO_LEADVW"},
-                             {std::move(usuarios), std::move(origem)}));
-    for (const auto& cpf : cpfs) fake_.respond(kCPF, singleValue("CPF", SqlValue::text(cpf)));
+    fake_.respond("SELECT USUARIOS_NOTIF_CONTATO_VEI,        ORIGEM_TRAFEGO_LEADVW",
+                  rows({"USUARIOS_NOTIF_CONTATO_VEI", "ORIGEM_TRAFEGO_LEADVW"},
+                       {std::move(usuarios), std::move(origem)}));
+    for (const auto& cpf : cpfs) fake_.respond("SELECT CPF", singleValue("CPF", V::text(cpf)));
     lead.usuarioCorreio = 12;
     return failure([&] { onFake_.buscaParametrosCAC(lead); });
   };
   const auto veiculos = [&](SqlValue tipo, SqlValue subTipo, SqlValue departamento) {
-    fake_.respond(kVeiculos, rows({"TIPO_CONTATO", "SUB_TIPO_CONTATO", "DEPARTAMENTO"},
-                                  {std::move(tipo), std::move(subTipo), std::move(departamento)}));
+    fake_.respond("select TIPO_CONTATO",
+                  rows({"TIPO_CONTATO", "SUB_TIPO_CONTATO", "DEPARTAMENTO"},
+                       {std::move(tipo), std::move(subTipo), std::move(departamento)}));
     return failure([&] { onFake_.buscaParametrosVeiculos(lead); });
   };
   const std::string head = "Não foi possível incluir o lead 4711\r\n";
@@ -282,21 +274,18 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
   const std::string cpf = "CPF para o vendedor do usuário 12 não cadastrado na empresa/revenda 2.3";
   FechamentoContato fechamento{1, 2, 5, 77, "P", testNow()};
   const std::pair<std::string, std::string> cases[] = {
-      {cac(SqlValue(), SqlValue(), {}), head + "Parâmetro [Usuário destino do correio" + crm},
-      {cac(SqlValue::text("12"), SqlValue::text(""), {}),
+      {cac(V(), V(), {}), head + "Parâmetro [Usuário destino do correio" + crm},
+      {cac(V::text("12"), V::text(""), {}),
        head + "Parâmetro [Origem de tráfego para Leads VW" + crm},
-      {cac(SqlValue::text("12,15"), SqlValue::integer(7), {"0", "0"}), head + cpf},
-      {cac(SqlValue::text("12,15"), SqlValue::integer(7), {}), head + cpf},
-      {cac(SqlValue::text("doze,15"), SqlValue::integer(7), {}),
-       "\"doze\" is not a valid integer value"},
-      {cac(SqlValue::text(" 12,x"), SqlValue::integer(8), {"1", "22233344405"}), ""},
-      {veiculos(SqlValue(), SqlValue::integer(2), SqlValue()),
-       head + "Parâmetro [Tipo de Contato" + veiculo},
-      {veiculos(SqlValue::integer(1), SqlValue::text(""), SqlValue::integer(3)),
+      {cac(V::text("12,15"), V::integer(7), {"0", "0"}), head + cpf},
+      {cac(V::text("12,15"), V::integer(7), {}), head + cpf},
+      {cac(V::text("doze,15"), V::integer(7), {}), "\"doze\" is not a valid integer value"},
+      {cac(V::text(" 12,x"), V::integer(8), {"1", "22233344405"}), ""},
+      {veiculos(V(), V::integer(2), V()), head + "Parâmetro [Tipo de Contato" + veiculo},
+      {veiculos(V::integer(1), V::text(""), V::integer(3)),
        head + "Parâmetro [Subtipo de contato" + veiculo},
-      {veiculos(SqlValue::integer(1), SqlValue::integer(2), SqlValue()),
-       head + "Parâmetro [Departamento" + veiculo},
-      {veiculos(SqlValue::integer(1), SqlValue::integer(2), SqlValue::integer(3)), ""},
+      {veiculos(V::integer(1), V::integer(2), V()), head + "Parâmetro [Departamento" + veiculo},
+      {veiculos(V::integer(1), V::integer(2), V::integer(3)), ""},
       {failure([&] { onFake_.buscaEmpresaRevendaLead(777, lead); }),
        head + "DN 777 não encontrado no banco de dados"},
       {failure([&] { onFake_.buscaFormaContatoWeb(lead); }),
@@ -322,9 +311,9 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
                               lead.subTipoContato, lead.departamento}));
 
   // Found: form 0 is a form; the dealer number is looked up padded to five digits.
-  fake_.respond("SELECT FORMA_CONTATO", singleValue("FORMA_CONTATO", SqlValue::integer(0)));
+  fake_.respond("SELECT FORMA_CONTATO", singleValue("FORMA_CONTATO", V::integer(0)));
   fake_.respond("SELECT EMPRESA,        REVENDA   FROM VWB_PARAMETRO  WHERE NUMERO_DN = '00777'",
-                rows({"EMPRESA", "REVENDA"}, {SqlValue::integer(5), SqlValue::integer(6)}));
+                rows({"EMPRESA", "REVENDA"}, {V::integer(5), V::integer(6)}));
   onFake_.buscaFormaContatoWeb(lead);
   onFake_.buscaEmpresaRevendaLead(777, lead);
   EXPECT_EQ((std::vector<int>{0, 5, 6}),
