@@ -50,12 +50,10 @@ std::vector<Json> updatesOf(int64_t idLead) {
   }
   return found;
 }
-
 int32_t nextKey() {
   static std::atomic<int32_t> key{5000};
   return ++key;
 }
-
 std::unique_ptr<TestDatabase> newDatabase() {
   auto database = std::make_unique<TestDatabase>(true);
   database->isql(
@@ -64,14 +62,12 @@ std::unique_ptr<TestDatabase> newDatabase() {
       "BEGIN\n  IF (OLD.ENVIOU = 'S') THEN EXCEPTION E_ENTREGUE;\nEND^\nSET TERM ; ^\n");
   return database;
 }
-
 std::unique_ptr<TAtualizaLeadsVW> worker(SqlConnection& db, TIntegraLeadsVW bridge) {
   auto atualiza = std::make_unique<TAtualizaLeadsVW>(db);
   atualiza->IntegraLeadsVW = bridge ? std::move(bridge) : test::bridge();
   atualiza->setClock(std::make_shared<FixedClock>(testNow()));
   return atualiza;
 }
-
 std::string resendPass(SqlConnection& db, TIntegraLeadsVW bridge) {
   TAtualizaLeadsNaoEnviados resend(db);
   resend.IntegraLeadsVW = std::move(bridge);
@@ -80,7 +76,6 @@ std::string resendPass(SqlConnection& db, TIntegraLeadsVW bridge) {
   const ResendSummary& s = resend.summary();
   return n(s.rowsRead) + "/" + n(s.sent) + "/" + n(s.rejected) + "/" + n(s.unsent);
 }
-
 void addLead(SqlConnection& db, int32_t lead, int diasAtras, const std::string& integra,
              int32_t revenda, std::optional<int> novoDias, int32_t usuario) {
   const std::string chave = "1, " + n(revenda) + ", " + n(lead) + ", ";
@@ -95,7 +90,6 @@ void addLead(SqlConnection& db, int32_t lead, int diasAtras, const std::string& 
       chave + n(lead) + ", '" + integra + "')");
   sandbox().addLeads(Json::array({{{"IdLead", n(lead)}, {"DealerNumber", "01234"}}}));
 }
-
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,
                    const std::string& enviou, const std::string& usuario) {
   db.execute(
@@ -104,7 +98,6 @@ void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t
       n(idLead) + ", " + n(sequencia) + ", " + n(status) + ", " + timestamp(1) + ", '" + enviou +
       "', " + (enviou == "N" ? "297, 'falha anterior'" : "NULL, ''") + ", " + usuario + ")");
 }
-
 Strings journal(SqlConnection& db, int64_t idLead) {
   Strings found;
   for (const auto& row : db.query("SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, "
@@ -120,7 +113,6 @@ Strings journal(SqlConnection& db, int64_t idLead) {
   }
   return found;
 }
-
 std::string enviou(SqlConnection& db, int64_t idLead) {
   std::string flags;
   for (const std::string& row : journal(db, idLead)) {
@@ -128,14 +120,12 @@ std::string enviou(SqlConnection& db, int64_t idLead) {
   }
   return flags;
 }
-
 std::string integrando(SqlConnection& db, int64_t idLead) {
   return db.query("SELECT INTEGRANDO FROM CAC_LEAD_CONTATO WHERE ID_LEAD_VW = " + n(idLead))
       .rows.at(0)
       .at(0)
       .asString();
 }
-
 TParametroPreparaAtualizaLeadVW updateOf(int32_t lead, int32_t status, int32_t usuario,
                                          int32_t revenda) {
   TParametroPreparaAtualizaLeadVW parametros;
@@ -146,7 +136,6 @@ TParametroPreparaAtualizaLeadVW updateOf(int32_t lead, int32_t status, int32_t u
   parametros.codigoAtualizacao = status;
   return parametros;
 }
-
 std::unique_ptr<TestDatabase> FeedbackTest::shared_;
 
 }  // namespace vornleads::test

@@ -1,9 +1,8 @@
-// The one fixture of the feedback tests: a real embedded Firebird DMS database, the sandbox on a
-// loopback port and the library edition loaded from a scratch host directory, so that every
-// update goes through dlopen, the facade and SOAP as a host's would. The library reads its
-// endpoint once, so one sandbox serves the program. Tests share a database with lead numbers
-// of their own; a resend test, whose pass reads every integrated branch, isolates itself.
-// Every database refuses to write a delivered journal row again.
+// The one fixture of the feedback tests: an embedded Firebird DMS database, the sandbox on a
+// loopback port and the library edition loaded from a scratch host directory (it reads its
+// endpoint once: one sandbox per program). Tests share a database with lead numbers of their
+// own; a resend test, whose pass reads every integrated branch, isolates itself. Every database
+// refuses to write a delivered journal row again.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,9 +34,8 @@ std::unique_ptr<TestDatabase> newDatabase();  // the sample, with the delivered-
 std::unique_ptr<TAtualizaLeadsVW> worker(SqlConnection& db, TIntegraLeadsVW bridge = {});
 std::string resendPass(SqlConnection& db, TIntegraLeadsVW bridge = test::bridge());
 
-// A contact of branch 1.revenda dated `diasAtras` before testNow() (a new date `novoDias`
-// before it, when given), forwarded to `usuario`, numbered as its lead and linked to it; the
-// sandbox knows the lead.
+// A contact of branch 1.revenda dated `diasAtras` before testNow() (a new date `novoDias` before
+// it), forwarded to `usuario`, numbered as its lead, linked to it; the sandbox knows the lead.
 void addLead(SqlConnection& db, int32_t lead, int diasAtras = 10, const std::string& integra = "S",
              int32_t revenda = 1, std::optional<int> novoDias = {}, int32_t usuario = 12);
 void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t status,

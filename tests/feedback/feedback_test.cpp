@@ -1,6 +1,5 @@
-// Status updates through the whole chain (rules, the journal CAC_ATUALIZACOES_LEADVW, the
-// library edition, SOAP and the sandbox), rejections and failures on the way, and the resend
-// pass over what was left unsent, a host that died mid-update included.
+// Status updates through the rules, the journal, the library edition, SOAP and the sandbox;
+// rejections and failures on the way; the resend pass, a host that died mid-update included.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -67,12 +66,9 @@ TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged)
             readFile(logFile));
 }
 
-// Updates outside the integration are answered on the spot, nothing journalled or sent: 0 for
-// a first send, 299 (too old) or 297 on a resend.
+// Updates outside the integration (branch 1.31 has no parameters) are answered on the spot,
+// nothing journalled or sent: 0 for a first send, 299 (too old) or 297 on a resend.
 TEST_F(FeedbackTest, UpdatesOutsideTheIntegrationAreAnsweredLocally) {
-  db_->execute(
-      "INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW) "
-      "VALUES (1, 31, 'N')");
   struct Case {
     int diasAtras, revenda, status;
     bool reenvio;
@@ -172,10 +168,10 @@ TEST_F(FeedbackTest, MissingCpfOrLibraryIsJournalledAndNothingIsSent) {
   }
 }
 
-// A rejection keeps VW's code and the first 500 characters of its text and notifies the
-// branch's users; 207 to 209 also end the lead's integration. A null list notifies user 0; a
-// bad entry stops the loop after the users before it and becomes the row's send error.
-TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
+// A rejection keeps VW's code and first 500 characters and notifies the branch's users (a null
+// list user 0; a bad entry ends the loop and becomes the send error); 207 to 209 end the lead.
+// A bridge that fails or answers without a status leaves a send error: never an acceptance.
+TEST_F(FeedbackTest, RejectionsAndFailedSendsAreJournalledAndNotified) {
   for (const char* values : {"21, 'S', NULL", "22, 'S', '12,x,15'"}) {
     db_->execute(std::string("INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, "
                              "UTILIZA_INTEGRACAO_LEADVW, USUARIOS_NOTIF_CONTATO_VEI) VALUES (1, ") +
@@ -186,25 +182,32 @@ TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
   }
   std::string longa;
   for (int i = 0; i < 60; ++i) longa += "Rejeições ";  // 10 characters, 12 bytes each
-  const std::string badEntry =
-      "297|Erro ao enviar atualização para a VW: \"x\" is not a valid integer value";
+  const std::string erro = "297|Erro ao enviar atualização para a VW: ";
+  using Bridge = AnsiString (*)(int32_t, const AnsiString&);
+  const Bridge falha = [](int32_t, const AnsiString&) -> AnsiString { throw 42; };
+  const Bridge semStatus = [](int32_t, const AnsiString&) -> AnsiString {
+    return R"({"Status":null})";
+  };
   struct Case {
     int codigo, revenda;
     std::string descricao, integrandoDepois;
     std::vector<int> destinos;
-    std::string journalled;  // CODIGO_ERRO|DESCRICAO_ERRO
+    std::string journalled;   // CODIGO_ERRO|DESCRICAO_ERRO
+    Bridge bridge = nullptr;  // the library edition's when null
   };
   for (const Case& c :
        {Case{150, 1, longa, "S", {12, 15}, "150|" + longa.substr(0, 600)},
         Case{207, 1, "Fim", "N", {12, 15}, "207|Fim"},
         Case{208, 1, "Fim", "N", {12, 15}, "208|Fim"},
         Case{206, 1, "Não", "S", {12, 15}, "206|Não"}, Case{150, 21, "Não", "S", {0}, "150|Não"},
-        Case{150, 22, "Não", "S", {12}, badEntry}}) {
+        Case{-1, 22, "Não", "S", {12}, erro + "\"x\" is not a valid integer value"},
+        Case{-1, 1, "", "S", {}, erro + "unknown exception", falha},
+        Case{-1, 1, "", "S", {}, erro + "Resposta da VW sem Status", semStatus}}) {
     const int32_t lead = newLead(10, c.revenda);
-    SCOPED_TRACE(std::to_string(c.codigo) + " at 1." + std::to_string(c.revenda));
-    reject(c.codigo, c.descricao);
+    SCOPED_TRACE(c.journalled);
+    if (!c.bridge) reject(c.codigo < 0 ? 150 : c.codigo, c.descricao);
     std::vector<int> destinos;
-    auto atualiza = worker(*db_);
+    auto atualiza = worker(*db_, c.bridge);
     atualiza->envioExternoMensagem = [&](int32_t origem, int32_t destino,
                                          const std::string& assunto, const std::string& texto) {
       EXPECT_EQ("0 Erro integração Leads VW Erro ao enviar atualização de Lead VW para o contato " +
@@ -214,31 +217,10 @@ TEST_F(FeedbackTest, RejectionsAreJournalledAndNotified) {
     };
     auto parametros = updateOf(lead, 10, 12, c.revenda);
     const auto resposta = atualiza->realizaAtualizacao(parametros);
-    EXPECT_EQ(c.revenda == 22 ? -1 : c.codigo, resposta ? resposta->Status->Codigo : -1);
+    EXPECT_EQ(c.codigo, resposta ? resposta->Status->Codigo : -1);
     EXPECT_EQ(c.destinos, destinos);
     EXPECT_EQ(c.integrandoDepois, integrando(*db_, lead));
     EXPECT_EQ(Strings{"1|10|N|" + c.journalled + kEntregue}, journal(*db_, lead));
-  }
-}
-
-// A bridge that fails or a reply without a status: journalled, not raised (nor taken for an
-// acceptance).
-TEST_F(FeedbackTest, FailuresWhileSendingAreJournalledNotRaised) {
-  using Bridge = AnsiString (*)(int32_t, const AnsiString&);
-  const std::pair<Bridge, std::string> cases[] = {
-      {[](int32_t, const AnsiString&) -> AnsiString { throw 42; },
-       "9-Erro ao enviar atualização para a VW: unknown exception"},
-      {[](int32_t, const AnsiString&) -> AnsiString { return R"({"Status":null})"; },
-       "11-Erro ao enviar atualização para a VW: Resposta da VW sem Status"}};
-  for (const auto& [bridge, marker] : cases) {
-    const int32_t lead = newLead();
-    auto atualiza = worker(*db_, bridge);
-    auto parametros = updateOf(lead, 10);
-    EXPECT_FALSE(atualiza->realizaAtualizacao(parametros).has_value());
-    const std::string passo = atualiza->sPbMensagemAtu();
-    EXPECT_EQ(0u, passo.rfind(marker, 0)) << passo;
-    EXPECT_EQ(Strings{"1|10|N|297|" + passo.substr(passo.find('-') + 1) + kEntregue},
-              journal(*db_, lead));
   }
 }
 
@@ -282,10 +264,8 @@ TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass)
 constexpr int kExitInsideBridge = 77;
 constexpr char kDatabaseVariable[] = "VORNLEADS_TEST_CRASH_DB";
 
-// A host process that dies while VW is being called, between the two journal writes: the
-// in-progress row must be there for the next resend pass. The child is this program started
-// anew (threadsafe death test) running this test up to EXPECT_EXIT; it learns the database
-// through the environment and never starts a sandbox of its own.
+// A host that dies while VW is called leaves the in-progress row for the next resend pass. The
+// child (this program started anew) learns the database from the environment.
 TEST(CrashBetweenJournalWrites, InProgressRowIsDeliveredByTheNextResendPass) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   std::unique_ptr<TestDatabase> database;

@@ -17,7 +17,6 @@ SandboxProcess& sandbox() {
   }();
   return *process;
 }
-
 TDateTime testNow() { return EncodeDate(2025, 6, 9) + EncodeTime(9, 0, 0, 0); }
 
 Json leadItem(const std::string& idLead, const Json& changes) {
@@ -38,7 +37,6 @@ Json leadItem(const std::string& idLead, const Json& changes) {
   for (const auto& [name, change] : changes.items()) item[name] = change;
   return item;
 }
-
 void IntakeTest::SetUp() {
   sandbox().reset();
   db_ = std::make_unique<TestDatabase>(true);
@@ -48,7 +46,6 @@ void IntakeTest::SetUp() {
   connection_ = db_->connect();
   newWorker();
 }
-
 TLeadsVWMetodosClass& IntakeTest::newWorker() {
   static const LeadsLibrary library(binDir() / "VornLeadsVW.dll");
   sandbox();
@@ -59,7 +56,6 @@ TLeadsVWMetodosClass& IntakeTest::newWorker() {
   worker_->setRunControl(host_);
   return *worker_;
 }
-
 std::string IntakeTest::row(const std::string& sql) const {
   const SqlRowSet rows = db_->connect()->query(sql);
   std::string text;
@@ -68,12 +64,10 @@ std::string IntakeTest::row(const std::string& sql) const {
   }
   return text;
 }
-
 std::string IntakeTest::logText() const {
   const auto path = LogFile(kLogBuscaLeads, clock_).pathFor(clock_->now());
   return std::filesystem::exists(path) ? readFile(path) : "";
 }
-
 Strings IntakeTest::confirmedLeads() const {
   Strings confirmed;
   for (const auto& lead : sandbox().leads()) {
