@@ -300,10 +300,10 @@ TEST(CrashBetweenJournalWrites, InProgressRowIsDeliveredByTheNextResendPass) {
   EXPECT_EQ(10, updatesOf(910000)[0]["Status"]);
 }
 
-// A row without a user takes the user the branch's first contact was forwarded to; a lead
-// switched off is not read, one too old is read once and switched off, an appointment now
-// past is neither sent nor dropped. A worker's error ends the pass and leaves its row alone;
-// with no integrated branch the journal is not even read.
+// A row without a user takes the user the branch's first contact was forwarded to, and stays
+// for the next pass when rejected; a lead switched off is not read, one too old is read once
+// and switched off, an appointment now past is neither sent nor dropped. A worker's error ends the
+// pass and leaves its row alone; with no integrated branch the journal is not even read.
 TEST_F(FeedbackTest, ResendPassSendsWhatStillIntegratesAndLeavesTheRestAlone) {
   isolate();
   const auto appointment = [&](int32_t lead, const std::string& data, const char* codigo) {
@@ -323,12 +323,13 @@ TEST_F(FeedbackTest, ResendPassSendsWhatStillIntegratesAndLeavesTheRestAlone) {
   addJournalRow(*db_, old, 1, 10, "N");
   const int32_t past = newLead();
   appointment(past, "2024-03-14 09:00:00", "297");
-  EXPECT_EQ("3/1/0/2", resendPass(*db_));
-  EXPECT_EQ(Strings{"1|10|S|-||15|14/03/2024 10:00:00|-"}, journal(*db_, semUsuario));
-  EXPECT_EQ("33344455514", updatesOf(semUsuario).at(0)["Cpf"]);
-  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(semUsuario).at(0)["DataAtualizacao"]);
+  reject(150);  // only semUsuario's row reaches VW
+  EXPECT_EQ("3/0/1/2", resendPass(*db_));
   EXPECT_EQ("N", integrando(*db_, old)) << "too old: switched off";
-  EXPECT_EQ("1/0/0/1", resendPass(*db_));
+  EXPECT_EQ("2/1/0/1", resendPass(*db_));
+  EXPECT_EQ(Strings{"1|10|S|-||15|14/03/2024 10:00:00|-"}, journal(*db_, semUsuario));
+  EXPECT_EQ("33344455514", updatesOf(semUsuario).at(1)["Cpf"]);
+  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(semUsuario).at(1)["DataAtualizacao"]);
   EXPECT_EQ("NNN", enviou(*db_, off) + enviou(*db_, old) + enviou(*db_, past));
   EXPECT_EQ(0u, updatesOf(off).size() + updatesOf(old).size() + updatesOf(past).size());
 
