@@ -135,7 +135,7 @@ TEST_F(IntakeTest, FetchFailuresEndTheCycleAtTheirStep) {
     } catch (const VornError& error) {
       outcome = error.what();
     }
-    EXPECT_EQ(c.outcome, outcome) << c.setup << c.reply;
+    EXPECT_EQ(c.outcome, outcome) << c.setup << (c.reply ? c.reply : "");
     EXPECT_EQ(c.passo, worker_->sPbPasso());
     EXPECT_EQ(std::vector<int>(c.calls, 4), calls);
     EXPECT_EQ(1, worker_->totais().ciclos);
@@ -237,7 +237,7 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
   }
 }
 
-// A linked lead's status: 0 moves its contact to the new intended date, 1, 9 and 10 keep it,
+// A linked lead's status: 0 moves its contact to the new intended date, 1 and 9 keep it,
 // 7 (a sale) closes it as realised, any other final status as lost. Never a second contact.
 TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
   sandbox().addLeads(Json::array({leadItem("8001"), leadItem("8002")}));
