@@ -1,78 +1,82 @@
-// Whole intake cycles for the tests: a fresh sample database, the sandbox of this test program
-// behind the library edition, a fixed clock, a pause that only records, and a host directory
-// of the test's own (logs, and the library edition the update worker looks for).
+// The one fixture of the intake tests: a fresh sample database, the sandbox behind the library
+// edition, a fixed clock, a recording host and a host directory of the test's own; beside them
+// a fake database for SQL text and failures.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "support/firebird_db.h"
 #include "support/fixed_clock.h"
-#include "support/paths.h"
+#include "support/recording_connection.h"
 #include "support/sandbox_process.h"
-#include "vornleads/clock.h"
-#include "vornleads/data/aplicacao.h"
+#include "vornleads/error.h"
 #include "vornleads/intake/leads_vw_metodos.h"
 
 namespace vornleads::test {
 
-using Json = nlohmann::ordered_json;
+using Json = SandboxProcess::Json;
+using Strings = std::vector<std::string>;
 
-// The one sandbox of the test program. The library edition reads VORNLEADS_ENDPOINT once, at
-// its first call, so the sandbox is started (and the variable set) before any bridge call.
-SandboxProcess& sandbox();
-// The bridge of the library edition built beside the tests.
-TIntegraLeadsVW bridge();
+SandboxProcess& sandbox();  // started, and VORNLEADS_ENDPOINT set, before any bridge call
+TDateTime testNow();        // 09/06/2025 09:00:00
 
-class RecordingPause : public Pause {
- public:
-  void sleep(int milliseconds) override { waits.push_back(milliseconds); }
-  std::vector<int> waits;
-};
-
-// 09/06/2025 09:00:00, the "now" of every cycle test.
-TDateTime testNow();
-
-// A lead item for dealer 1234 with every field filled; `changes` replaces members.
+// A lead item for dealer 1234 with every field filled; phone 900000000 + its number and CPF
+// "5" + its number in ten digits, so that leads match customers only where a test means them
+// to. `changes` replaces members.
 Json leadItem(const std::string& idLead, const Json& changes = Json::object());
 
-class IntakeCycleTest : public ::testing::Test {
+// Records the pauses and the leads reported; never asks for a stop.
+struct Host : RunControl, Pause {
+  Strings reported;
+  std::vector<int> waits;
+  bool stopRequested() const override { return false; }
+  void progress(int n, int total, const std::string& id) override {
+    reported.push_back(std::to_string(n) + "/" + std::to_string(total) + " " + id);
+  }
+  void sleep(int milliseconds) override { waits.push_back(milliseconds); }
+};
+
+// The message of the VornError a call raises, "" when it raises none.
+template <typename Call>
+std::string failure(Call call) {
+  try {
+    call();
+  } catch (const VornError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+class IntakeTest : public ::testing::Test {
  protected:
   void SetUp() override;
-  void TearDown() override;
-
-  // One top-level buscarLeads on a fresh worker; the worker stays for inspection. A raise is
-  // a test failure that shows the intake log.
-  void runCycle();
-  // The same, expecting it to raise; returns the message.
-  std::string runCycleExpectingError();
-
-  TLeadsVWMetodosClass& worker() { return *worker_; }
-  // Rows of a query on a connection of its own.
-  SqlRowSet query(const std::string& sql) const;
-  // One value, as text ("" for null or no row).
-  std::string value(const std::string& sql) const;
-  int64_t count(const std::string& sql) const;
-  void execute(const std::string& sql) const;
-  // The intake log of the test day ("" when not written).
-  std::string logText() const;
-  // Lead identifiers VW holds as confirmed.
-  std::vector<std::string> confirmedLeads() const;
+  // A fresh worker on the database: library bridge, test clock, host.
+  TLeadsVWMetodosClass& newWorker();
+  std::string cycle() {
+    return failure([this] { newWorker().buscarLeads(); });
+  }
+  // The first row of a query as "A|B|..." (null "<null>"), "" when there is none.
+  std::string row(const std::string& sql) const;
+  int64_t count(const std::string& table) const {
+    return std::stoll(row("SELECT COUNT(*) FROM " + table));
+  }
+  void execute(const std::string& sql) const { db_->connect()->execute(sql); }
+  std::string logText() const;  // the intake log of the test day
+  Strings confirmedLeads() const;
 
   std::unique_ptr<TestDatabase> db_;
   std::unique_ptr<TempDir> home_;
-  std::shared_ptr<FixedClock> clock_;
-  std::shared_ptr<RecordingPause> pause_;
+  std::shared_ptr<FixedClock> clock_ = std::make_shared<FixedClock>(testNow());
+  std::shared_ptr<Host> host_ = std::make_shared<Host>();
   std::unique_ptr<SqlConnection> connection_;
   TAplicacaoLibrary aplicacao_;
   std::unique_ptr<TLeadsVWMetodosClass> worker_;
-
- private:
-  void runWorker();
+  RecordingConnection fake_{"Firebird"};
+  TLeadsVWMetodosClass onFake_{aplicacao_, fake_};
 };
 
 }  // namespace vornleads::test
