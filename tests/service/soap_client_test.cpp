@@ -1,0 +1,345 @@
+// The leads-service interface over SOAP against loopback peers: what a call puts on the wire, the
+// reply forms SOAP stacks write and what the call makes of each, and how a call that brings no
+// result is reported (the operation, the endpoint and the cause).
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "support/soap_test_server.h"
+#include "vornleads/service/invocation_registry.h"
+#include "vornleads/service/ivornleadsvw.h"
+
+namespace vornleads {
+namespace {
+
+using test::SoapTestServer;
+
+const std::string kSoap = "http://schemas.xmlsoap.org/soap/envelope/";
+const std::string kService = "urn:VornLeadsVWIntf-IVornLeadsVW";
+const std::string kFailed = "! Falha ao chamar a operação BuscaLeads em URL: ";
+
+std::shared_ptr<IVornLeadsVWDLL> bound(const std::string& url, int receiveTimeoutMs = 0) {
+  auto client = std::make_shared<SoapHttpClient>();
+  client->setReceiveTimeoutMs(receiveTimeoutMs);
+  return GetIVornLeadsVW(false, url, client);
+}
+
+// "= result", "fault CODE: text" or "! message" of BuscaLeads at url, the endpoint written URL.
+std::string outcomeOf(const std::string& url, int receiveTimeoutMs = 0) {
+  std::string outcome;
+  try {
+    outcome = "= " + bound(url, receiveTimeoutMs)->BuscaLeads("{}");
+  } catch (const SoapFault& error) {
+    outcome = "fault " + error.faultCode() + ": " + error.what();
+  } catch (const VornError& error) {
+    outcome = std::string("! ") + error.what();
+  }
+  const auto at = outcome.find(url);
+  return at == std::string::npos ? outcome : outcome.replace(at, url.size(), "URL");
+}
+
+std::string envelope(const std::string& body, const std::string& declaration = "") {
+  return declaration + "<S:Envelope xmlns:S=\"" + kSoap +
+         "\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+         "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\"><S:Body>" +
+         body + "</S:Body></S:Envelope>";
+}
+
+std::string response(const std::string& result, const std::string& head = "<return>") {
+  return "<NS1:BuscaLeadsResponse xmlns:NS1=\"" + kService + "\">" + head + result +
+         (head == "<return>" ? "</return>" : "") + "</NS1:BuscaLeadsResponse>";
+}
+
+std::string fault(const std::string& inside) {
+  return envelope("<S:Fault><faultcode>S:Server</faultcode>" + inside + "</S:Fault>");
+}
+
+TEST(SoapClient, EachReplyFormReadsAsExpected) {
+  const std::string joao = R"({"Nome":"João da Conceição"})";
+  const std::string latin1 = envelope(response("{\"Nome\":\"Jo\xE3o da Concei\xE7\xE3o\"}"));
+  std::string chain = "<v id=\"17\">{}</v>";  // seventeen steps: taken for a circle
+  for (int id = 1; id < 17; ++id) {
+    chain += "<r id=\"" + std::to_string(id) + "\" href=\"#" + std::to_string(id + 1) + "\"/>";
+  }
+  const std::string noElement =
+      "o resultado da resposta SOAP remete a \"#1\", que não leva a um "
+      "elemento da resposta";
+  const std::string notAChar = ", que não é um caractere admitido pelo XML";
+  struct Row {
+    const char* form;
+    int status;
+    std::string contentType, body, outcome;
+  };
+  const Row rows[] = {
+      {"UTF-8", 200, "text/xml; charset=utf-8", envelope(response(joao)), "= " + joao},
+      {"charset in the Content-Type", 200, "text/xml; charset=ISO-8859-1", latin1, "= " + joao},
+      {"bytes invalid in the charset", 200, "text/xml; charset=utf-8", latin1,
+       kFailed +
+           "a resposta não pôde ser lida: bytes inválidos para a codificação UTF-8 na "
+           "posição " +
+           std::to_string(latin1.find('\xE3'))},
+      {"default namespace, header, comment, CDATA and a second child", 200, "text/xml",
+       "<?xml version=\"1.0\"?>\n<soap:Envelope xmlns:soap=\"" + kSoap +
+           "\">\n  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
+           "  <soap:Body>\n    <QualquerNome xmlns=\"urn:m\">\n      <!-- a comment -->\n"
+           "      <resultado>{\"a\":<![CDATA[\"<b>\"]]>}</resultado>\n      <outro>no</outro>\n"
+           "    </QualquerNome>\n  </soap:Body>\n</soap:Envelope>\n",
+       "= {\"a\":\"<b>\"}"},
+      {"character references", 200, "text/xml",
+       envelope(response("{&quot;N&quot;:&quot;Jo&#xE3;o &#231; &#xA9;&#x1F600;&#x10FFFF; "
+                         "&amp;&quot;}")),
+       "= {\"N\":\"João ç ©😀\xF4\x8F\xBF\xBF &\"}"},
+      {"multi-reference after the response", 200, "text/xml",
+       envelope(response("", "<BuscaLeadsReturn href=\"#id0\"/>") +
+                "<multiRef id=\"id0\" xsi:type=\"xsd:string\">" + joao + "</multiRef>"),
+       "= " + joao},
+      {"multi-reference before the response, chained", 200, "text/xml",
+       envelope("<v id=\"2\">{}</v><r id=\"1\" href=\"#2\"/>" +
+                response("", "<return href=\"#1\"/>")),
+       "= {}"},
+      {"every Body entry with an id", 200, "text/xml",
+       envelope("<NS1:BuscaLeadsResponse id=\"r\" xmlns:NS1=\"" + kService +
+                "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><v id=\"1\">{}</v>"),
+       "= {}"},
+      {"multi-reference to no element", 200, "text/xml",
+       envelope(response("", "<return href=\"#1\"/>") + "<v id=\"2\">{}</v>"), kFailed + noElement},
+      {"multi-reference in a circle", 200, "text/xml",
+       envelope(response("", "<return href=\"#1\"/>") +
+                "<a id=\"1\" href=\"#2\"/><b id=\"2\" href=\"#1\"/>"),
+       kFailed + noElement},
+      {"multi-reference too long", 200, "text/xml",
+       envelope(response("", "<return href=\"#1\"/>") + chain), kFailed + noElement},
+      {"multi-reference not local", 200, "text/xml",
+       envelope(response("", "<return href=\"http://x/#1\"/>") + "<v id=\"1\">{}</v>"),
+       kFailed + "o resultado da resposta SOAP remete a \"http://x/#1\", que não leva a um "
+                 "elemento da resposta"},
+      {"a reference to a surrogate", 200, "text/xml", envelope(response("{\"a\":\"&#xD800;\"}")),
+       kFailed + "a resposta traz a referência &#xD800;" + notAChar},
+      {"a reference to NUL beside one in CDATA", 200, "text/xml",
+       envelope(response("<![CDATA[&#0;]]>{\"a\":\"x&#0;y\"}")),
+       kFailed + "a resposta traz a referência &#0;" + notAChar},
+      {"not XML", 200, "text/xml", "{\"Status\":{\"Codigo\":0}}",
+       kFailed + "a resposta não é um XML válido"},
+      {"empty", 200, "text/xml", "", kFailed + "a resposta está vazia"},
+      {"HTML", 200, "text/html", "<html><body>Service Unavailable</body></html>",
+       kFailed + "a resposta não é um envelope SOAP"},
+      {"an Envelope in another namespace", 200, "text/xml",
+       "<x:Envelope xmlns:x=\"urn:other\"><x:Body><r><v>1</v></r></x:Body></x:Envelope>",
+       kFailed + "a resposta não é um envelope SOAP"},
+      {"a response without result", 200, "text/xml", envelope("<BuscaLeadsResponse/>"),
+       kFailed + "a resposta SOAP não traz o resultado da operação"},
+      {"a DOCTYPE with an external entity", 200, "text/xml",
+       "<?xml version=\"1.0\"?><!DOCTYPE S:Envelope [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" +
+           envelope("<r><v>&x;</v></r>"),
+       kFailed + "a resposta traz uma declaração DOCTYPE, que não é aceita"},
+      {"a fault with HTTP 500", 500, "text/xml",
+       fault("<faultstring>Access violation at address 0042 &amp; more</faultstring>"),
+       "fault S:Server: Access violation at address 0042 & more"},
+      {"a fault with HTTP 200, in windows-1252", 200, "text/xml; charset=windows-1252",
+       fault("<faultstring>DN inv\xE1lido</faultstring>"), "fault S:Server: DN inválido"},
+      {"a fault without faultstring", 500, "text/xml", fault(""),
+       "fault S:Server: " + kFailed.substr(2) + "falha SOAP sem descrição (S:Server)"},
+      {"HTTP 500 without a fault", 500, "text/plain", "Internal Server Error",
+       kFailed + "o servidor respondeu HTTP 500"},
+      {"HTTP 500 with a result", 500, "text/xml", envelope(response("{}")),
+       kFailed + "o servidor respondeu HTTP 500"},
+      {"HTTP 404 with a result", 404, "text/xml", envelope(response("{}")),
+       kFailed + "o servidor respondeu HTTP 404"}};
+  SoapTestServer server;
+  for (const Row& row : rows) {
+    server.answer(row.status, row.body, row.contentType);
+    EXPECT_EQ(outcomeOf(server.url()), row.outcome) << row.form;
+  }
+}
+
+TEST(SoapClient, RequestEnvelopeHeadersAndEachOperation) {
+  SoapTestServer server;
+  server.answer([](const httplib::Request& request, httplib::Response& response) {
+    response.set_content(test::soapReply("X", request.get_header_value("SOAPAction")), "text/xml");
+  });
+  const auto service = bound(server.url());
+  EXPECT_EQ(service->BuscaLeadsStatus("{\"DN\":[\"123\"],\"Status\":1}"),
+            "\"" + kService + "#BuscaLeadsStatus\"");
+  const auto request = server.lastRequest();
+  EXPECT_EQ(request.path, "/soap/IVornLeadsVW");
+  EXPECT_EQ(request.body,
+            "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+            "<SOAP-ENV:Envelope xmlns:SOAP-ENV=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+            "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\" "
+            "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+            "xmlns:SOAP-ENC=\"http://schemas.xmlsoap.org/soap/encoding/\">"
+            "<SOAP-ENV:Body SOAP-ENV:encodingStyle=\"http://schemas.xmlsoap.org/soap/encoding/\">"
+            "<NS1:BuscaLeadsStatus xmlns:NS1=\"urn:VornLeadsVWIntf-IVornLeadsVW\">"
+            "<Parametros xsi:type=\"xsd:string\">{\"DN\":[\"123\"],\"Status\":1}</Parametros>"
+            "</NS1:BuscaLeadsStatus></SOAP-ENV:Body></SOAP-ENV:Envelope>");
+  EXPECT_EQ(request.headers.count("SOAPAction"), 1u);
+  EXPECT_EQ(request.headers.find("Content-Type")->second, "text/xml; charset=utf-8");
+  EXPECT_EQ(request.headers.count("Expect"), 0u);
+
+  using Operation = std::string (IVornLeadsVWDLL::*)(const std::string&);
+  const std::pair<Operation, const char*> operations[] = {
+      {&IVornLeadsVWDLL::BuscaHistLeads, "BuscaHistLeads"},
+      {&IVornLeadsVWDLL::BuscaNovosLeads, "BuscaNovosLeads"},
+      {&IVornLeadsVWDLL::AtualizaLeads, "AtualizaLeads"},
+      {&IVornLeadsVWDLL::BuscaLeads, "BuscaLeads"},
+      {&IVornLeadsVWDLL::BuscaLeadsData, "BuscaLeadsData"},
+      {&IVornLeadsVWDLL::CarregaUltimaCargaInicial, "CarregaUltimaCargaInicial"}};
+  for (const auto& [operation, name] : operations) {
+    EXPECT_EQ(((*service).*operation)("a"), "\"" + kService + "#" + name + "\"");
+    EXPECT_NE(server.lastRequest().body.find(std::string("<NS1:") + name + " xmlns:NS1="),
+              std::string::npos);
+  }
+}
+
+TEST(SoapClient, MarkupNonAsciiEmptyAndMegabytesGoAndComeBackWhole) {
+  SoapTestServer server;
+  server.answer([](const httplib::Request& request, httplib::Response& response) {
+    response.set_content(test::soapReply("BuscaLeads", test::parametrosOf(request.body)),
+                         "text/xml");
+  });
+  const auto service = bound(server.url());
+  const std::string json =
+      "{\"Nome\":\"João & Conceição <Ltda> \\\"ME\\\" 'x'\",\"Obs\":\"a]]>b\\r\\nç€😀\"}";
+  EXPECT_EQ(service->BuscaLeads(json), json);
+  EXPECT_NE(server.lastRequest().body.find(
+                "<Parametros xsi:type=\"xsd:string\">{\"Nome\":\"João &amp; Conceição "
+                "&lt;Ltda&gt; \\\"ME\\\" 'x'\",\"Obs\":\"a]]&gt;b\\r\\nç€😀\"}</Parametros>"),
+            std::string::npos);
+  // An empty request is an empty parameter, not a missing one.
+  EXPECT_EQ(service->BuscaLeads(""), "");
+  EXPECT_NE(server.lastRequest().body.find("<Parametros xsi:type=\"xsd:string\"></Parametros>"),
+            std::string::npos);
+
+  std::string big = "{\"Itens\":[";
+  for (int item = 0; big.size() < 6 * 1024 * 1024; ++item) {
+    big += (item ? ",\"" : "\"") + std::to_string(item) + " <&> ação\"";
+  }
+  big += "]}";
+  const auto reply = service->AtualizaLeads(big);
+  EXPECT_EQ(reply.size(), big.size());
+  EXPECT_TRUE(reply == big);  // not EXPECT_EQ: a failure would print megabytes
+}
+
+TEST(SoapClient, CallsWithoutAResult) {
+  SoapTestServer slow;  // answers after 200 ms
+  slow.answer([](const httplib::Request&, httplib::Response& response) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    response.set_content(test::soapReply("BuscaLeads", "{}"), "text/xml");
+  });
+  test::DroppingServer dropping;
+  const auto refusing = test::refusingUrl();
+  const auto tls = "https" + slow.url().substr(4);
+  struct Row {
+    std::string url;
+    int receiveTimeoutMs;
+    std::string outcome;
+  };
+  const Row rows[] = {
+      {slow.url(), 0, "= {}"},
+      {slow.url(), 300, "= {}"},
+      {slow.url(), 1, kFailed + "sem resposta do serviço em 1 ms"},
+      {refusing, 0, kFailed + "conexão recusada"},
+      {dropping.url(), 0, kFailed + "a conexão foi encerrada antes da resposta completa"},
+      {"http://nonexistent.invalid:8080/soap", 0, kFailed + "servidor não encontrado"},
+      {"htp://x", 0, kFailed + "endereço inválido"},
+      // Credentials in the address stay out of every message.
+      {"http://operador:s3gr3d0@" + refusing.substr(7), 0,
+       "! Falha ao chamar a operação BuscaLeads em " + refusing + ": conexão recusada"}};
+  for (const Row& row : rows) {
+    EXPECT_EQ(outcomeOf(row.url, row.receiveTimeoutMs), row.outcome) << row.url;
+  }
+  // TLS with a plain HTTP peer, then with authorities that cannot be read; curl adds detail.
+  EXPECT_EQ(outcomeOf(tls).rfind(kFailed + "falha na negociação TLS: ", 0), 0u) << outcomeOf(tls);
+  setenv("VORNLEADS_CA_FILE", "/nonexistent/ca.pem", 1);
+  const std::string unread = outcomeOf(tls);
+  unsetenv("VORNLEADS_CA_FILE");
+  EXPECT_EQ(unread.rfind(kFailed + "o certificado do servidor foi recusado: as autoridades "
+                                   "confiáveis não puderam ser lidas (",
+                         0),
+            0u)
+      << unread;
+
+  EXPECT_EQ(enderecoSemCredenciais("https://u:p@host:1/a@b?c=@"), "https://host:1/a@b?c=@");
+  EXPECT_EQ(enderecoSemCredenciais("http://host/a@b"), "http://host/a@b");
+  EXPECT_EQ(enderecoSemCredenciais("u:p@host/x"), "host/x");
+}
+
+// A reply that keeps coming in small pieces takes far longer in all than the receive time-out,
+// which bounds each wait, and still arrives whole.
+TEST(SoapClient, TheReceiveTimeOutBoundsEachWaitNotTheWholeReply) {
+  SoapTestServer server;
+  const std::string reply = test::soapReply("BuscaLeads", "{\"lento\":true}");
+  server.answer([reply](const httplib::Request&, httplib::Response& response) {
+    response.set_chunked_content_provider(
+        "text/xml; charset=utf-8", [reply](size_t offset, httplib::DataSink& sink) {
+          if (offset >= reply.size()) {
+            sink.done();
+            return true;
+          }
+          std::this_thread::sleep_for(std::chrono::milliseconds(100));
+          return sink.write(reply.data() + offset, std::min<size_t>(reply.size() - offset, 40));
+        });
+  });
+  const auto started = std::chrono::steady_clock::now();
+  EXPECT_EQ(bound(server.url(), 300)->BuscaLeads("{}"), "{\"lento\":true}");
+  EXPECT_GT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(900));
+}
+
+TEST(SoapClient, BindingTheInterface) {
+  auto client = std::make_shared<SoapHttpClient>();
+  ASSERT_NE(GetIVornLeadsVW(false, "", client), nullptr);
+  EXPECT_EQ(client->url(), "http://localhost:5656/soap/IVornLeadsVW");
+  EXPECT_EQ(client->wsdlLocation(), "");
+  try {
+    SoapHttpClient().invoke("IVornLeadsVWDLL", "BuscaLeads", "{}");
+    ADD_FAILURE() << "a client without URL must not call";
+  } catch (const VornError& error) {
+    EXPECT_STREQ(error.what(),
+                 "Falha ao chamar a operação BuscaLeads: nenhum endereço do serviço foi definido");
+  }
+
+  // The description document is not read in this edition: the call says so.
+  auto described = std::make_shared<SoapHttpClient>();
+  ASSERT_NE(GetIVornLeadsVW(true, "", described), nullptr);
+  EXPECT_EQ(described->wsdlLocation(), kIVornLeadsVWDefaultWSDL);
+  EXPECT_EQ(described->service(), "IVornLeadsVWservice");
+  EXPECT_EQ(described->port(), "IVornLeadsVWPort");
+  try {
+    GetIVornLeadsVW(true, "http://h/IVornLeadsVW.wsdl", described)->BuscaLeads("{}");
+    ADD_FAILURE() << "WSDL mode has no URL to call";
+  } catch (const VornError& error) {
+    EXPECT_STREQ(error.what(),
+                 "Falha ao chamar a operação BuscaLeads: nenhum endereço do serviço foi definido "
+                 "(o endereço não é obtido da descrição WSDL nesta edição)");
+  }
+  EXPECT_EQ(described->url(), "");
+  EXPECT_EQ(described->wsdlLocation(), "http://h/IVornLeadsVW.wsdl");
+
+  // Unregistered, the interface is nothing and the client refuses to call.
+  invRegistry().UnRegisterInterface("IVornLeadsVWDLL");
+  const auto none = GetIVornLeadsVW(false, "http://127.0.0.1:1/x", client);
+  std::string failure;
+  try {
+    client->invoke("IVornLeadsVWDLL", "BuscaLeads", "{}");
+  } catch (const VornError& error) {
+    failure = error.what();
+  }
+  RegisterIVornLeadsVW();
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(client.use_count(), 1);
+  EXPECT_EQ(client->url(), "http://127.0.0.1:1/x");
+  EXPECT_EQ(
+      failure,
+      "Falha ao chamar a operação BuscaLeads: a interface IVornLeadsVWDLL não está registrada");
+  EXPECT_EQ(InvRegistry::soapActionOf({"X", "urn:x", "", "", "", "%operationName%/%operationName%"},
+                                      "Op"),
+            "Op/Op");
+}
+
+}  // namespace
+}  // namespace vornleads
