@@ -29,18 +29,23 @@ std::shared_ptr<IVornLeadsVWDLL> bound(const std::string& url, int receiveTimeou
   return GetIVornLeadsVW(false, url, client);
 }
 
-// "= result", "fault CODE: text" or "! message" of BuscaLeads at url, the endpoint written URL.
-std::string outcomeOf(const std::string& url, int receiveTimeoutMs = 0) {
-  std::string outcome;
+// "= result", "fault CODE: text" or "! message" of a call.
+template <class Call>
+std::string outcome(Call call) {
   try {
-    outcome = "= " + bound(url, receiveTimeoutMs)->BuscaLeads("{}");
+    return "= " + call();
   } catch (const SoapFault& error) {
-    outcome = "fault " + error.faultCode() + ": " + error.what();
+    return "fault " + error.faultCode() + ": " + error.what();
   } catch (const VornError& error) {
-    outcome = std::string("! ") + error.what();
+    return std::string("! ") + error.what();
   }
-  const auto at = outcome.find(url);
-  return at == std::string::npos ? outcome : outcome.replace(at, url.size(), "URL");
+}
+
+// The outcome of BuscaLeads at url, the endpoint written URL.
+std::string outcomeOf(const std::string& url, int receiveTimeoutMs = 0) {
+  std::string text = outcome([&] { return bound(url, receiveTimeoutMs)->BuscaLeads("{}"); });
+  const auto at = text.find(url);
+  return at == std::string::npos ? text : text.replace(at, url.size(), "URL");
 }
 
 std::string envelope(const std::string& body, const std::string& declaration = "") {
@@ -66,94 +71,67 @@ TEST(SoapClient, EachReplyFormReadsAsExpected) {
   for (int id = 1; id < 17; ++id) {
     chain += "<r id=\"" + std::to_string(id) + "\" href=\"#" + std::to_string(id + 1) + "\"/>";
   }
-  const std::string noElement =
-      "o resultado da resposta SOAP remete a \"#1\", que não leva a um "
-      "elemento da resposta";
+  const auto leadsNowhere = [](const std::string& href) {
+    return "o resultado da resposta SOAP remete a \"" + href +
+           "\", que não leva a um elemento da resposta";
+  };
+  const std::string notSoap = "a resposta não é um envelope SOAP";
   const std::string notAChar = ", que não é um caractere admitido pelo XML";
+  const std::string xml = "text/xml", ref = "<return href=\"#1\"/>";
   struct Row {
-    const char* form;
     int status;
     std::string contentType, body, outcome;
   };
   const Row rows[] = {
-      {"UTF-8", 200, "text/xml; charset=utf-8", envelope(response(joao)), "= " + joao},
-      {"charset in the Content-Type", 200, "text/xml; charset=ISO-8859-1", latin1, "= " + joao},
-      {"bytes invalid in the charset", 200, "text/xml; charset=utf-8", latin1,
-       kFailed +
-           "a resposta não pôde ser lida: bytes inválidos para a codificação UTF-8 na "
-           "posição " +
-           std::to_string(latin1.find('\xE3'))},
-      {"default namespace, header, comment, CDATA and a second child", 200, "text/xml",
-       "<?xml version=\"1.0\"?>\n<soap:Envelope xmlns:soap=\"" + kSoap +
-           "\">\n  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
-           "  <soap:Body>\n    <QualquerNome xmlns=\"urn:m\">\n      <!-- a comment -->\n"
-           "      <resultado>{\"a\":<![CDATA[\"<b>\"]]>}</resultado>\n      <outro>no</outro>\n"
-           "    </QualquerNome>\n  </soap:Body>\n</soap:Envelope>\n",
-       "= {\"a\":\"<b>\"}"},
-      {"character references", 200, "text/xml",
-       envelope(response("{&quot;N&quot;:&quot;Jo&#xE3;o &#231; &#xA9;&#x1F600;&#x10FFFF; "
-                         "&amp;&quot;}")),
+      // clang-format off
+      {200, "text/xml; charset=utf-8", envelope(response(joao)), "= " + joao},
+      {200, "text/xml; charset=ISO-8859-1", latin1, "= " + joao},
+      {200, "text/xml; charset=utf-8", latin1, kFailed + "a resposta não pôde ser lida: bytes "
+       "inválidos para a codificação UTF-8 na posição " + std::to_string(latin1.find('\xE3'))},
+      // Default namespace, header, comment, CDATA and a second child.
+      {200, xml, "<?xml version=\"1.0\"?>\n<soap:Envelope xmlns:soap=\"" + kSoap + "\">\n"
+       "  <soap:Header><h:x xmlns:h=\"urn:h\">ignored</h:x></soap:Header>\n"
+       "  <soap:Body>\n    <QualquerNome xmlns=\"urn:m\">\n      <!-- a comment -->\n"
+       "      <resultado>{\"a\":<![CDATA[\"<b>\"]]>}</resultado>\n      <outro>no</outro>\n"
+       "    </QualquerNome>\n  </soap:Body>\n</soap:Envelope>\n", "= {\"a\":\"<b>\"}"},
+      {200, xml, envelope(response("{&quot;N&quot;:&quot;Jo&#xE3;o &#231; &#xA9;&#x1F600;&#x10FFFF; &amp;&quot;}")),
        "= {\"N\":\"João ç ©😀\xF4\x8F\xBF\xBF &\"}"},
-      {"multi-reference after the response", 200, "text/xml",
-       envelope(response("", "<BuscaLeadsReturn href=\"#id0\"/>") +
-                "<multiRef id=\"id0\" xsi:type=\"xsd:string\">" + joao + "</multiRef>"),
-       "= " + joao},
-      {"multi-reference before the response, chained", 200, "text/xml",
-       envelope("<v id=\"2\">{}</v><r id=\"1\" href=\"#2\"/>" +
-                response("", "<return href=\"#1\"/>")),
-       "= {}"},
-      {"every Body entry with an id", 200, "text/xml",
-       envelope("<NS1:BuscaLeadsResponse id=\"r\" xmlns:NS1=\"" + kService +
-                "\"><return href=\"#1\"/></NS1:BuscaLeadsResponse><v id=\"1\">{}</v>"),
-       "= {}"},
-      {"multi-reference to no element", 200, "text/xml",
-       envelope(response("", "<return href=\"#1\"/>") + "<v id=\"2\">{}</v>"), kFailed + noElement},
-      {"multi-reference in a circle", 200, "text/xml",
-       envelope(response("", "<return href=\"#1\"/>") +
-                "<a id=\"1\" href=\"#2\"/><b id=\"2\" href=\"#1\"/>"),
-       kFailed + noElement},
-      {"multi-reference too long", 200, "text/xml",
-       envelope(response("", "<return href=\"#1\"/>") + chain), kFailed + noElement},
-      {"multi-reference not local", 200, "text/xml",
-       envelope(response("", "<return href=\"http://x/#1\"/>") + "<v id=\"1\">{}</v>"),
-       kFailed + "o resultado da resposta SOAP remete a \"http://x/#1\", que não leva a um "
-                 "elemento da resposta"},
-      {"a reference to a surrogate", 200, "text/xml", envelope(response("{\"a\":\"&#xD800;\"}")),
-       kFailed + "a resposta traz a referência &#xD800;" + notAChar},
-      {"a reference to NUL beside one in CDATA", 200, "text/xml",
-       envelope(response("<![CDATA[&#0;]]>{\"a\":\"x&#0;y\"}")),
+      // Multi-references: after the response, before it and chained, every Body entry with an id.
+      {200, xml, envelope(response("", "<BuscaLeadsReturn href=\"#id0\"/>") +
+       "<multiRef id=\"id0\" xsi:type=\"xsd:string\">" + joao + "</multiRef>"), "= " + joao},
+      {200, xml, envelope("<v id=\"2\">{}</v><r id=\"1\" href=\"#2\"/>" + response("", ref)), "= {}"},
+      {200, xml, envelope("<NS1:BuscaLeadsResponse id=\"r\" xmlns:NS1=\"" + kService + "\">" + ref +
+       "</NS1:BuscaLeadsResponse><v id=\"1\">{}</v>"), "= {}"},
+      {200, xml, envelope(response("", ref) + "<v id=\"2\">{}</v>"), kFailed + leadsNowhere("#1")},
+      {200, xml, envelope(response("", ref) + "<a id=\"1\" href=\"#2\"/><b id=\"2\" href=\"#1\"/>"),
+       kFailed + leadsNowhere("#1")},
+      {200, xml, envelope(response("", ref) + chain), kFailed + leadsNowhere("#1")},
+      {200, xml, envelope(response("", "<return href=\"x#1\"/>") + "<v id=\"1\">{}</v>"),
+       kFailed + leadsNowhere("x#1")},
+      {200, xml, envelope(response("{\"a\":\"&#xD800;\"}")), kFailed + "a resposta traz a referência &#xD800;" + notAChar},
+      {200, xml, envelope(response("<![CDATA[&#0;]]>{\"a\":\"x&#0;y\"}")),
        kFailed + "a resposta traz a referência &#0;" + notAChar},
-      {"not XML", 200, "text/xml", "{\"Status\":{\"Codigo\":0}}",
-       kFailed + "a resposta não é um XML válido"},
-      {"empty", 200, "text/xml", "", kFailed + "a resposta está vazia"},
-      {"HTML", 200, "text/html", "<html><body>Service Unavailable</body></html>",
-       kFailed + "a resposta não é um envelope SOAP"},
-      {"an Envelope in another namespace", 200, "text/xml",
-       "<x:Envelope xmlns:x=\"urn:other\"><x:Body><r><v>1</v></r></x:Body></x:Envelope>",
-       kFailed + "a resposta não é um envelope SOAP"},
-      {"a response without result", 200, "text/xml", envelope("<BuscaLeadsResponse/>"),
-       kFailed + "a resposta SOAP não traz o resultado da operação"},
-      {"a DOCTYPE with an external entity", 200, "text/xml",
-       "<?xml version=\"1.0\"?><!DOCTYPE S:Envelope [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" +
-           envelope("<r><v>&x;</v></r>"),
-       kFailed + "a resposta traz uma declaração DOCTYPE, que não é aceita"},
-      {"a fault with HTTP 500", 500, "text/xml",
-       fault("<faultstring>Access violation at address 0042 &amp; more</faultstring>"),
-       "fault S:Server: Access violation at address 0042 & more"},
-      {"a fault with HTTP 200, in windows-1252", 200, "text/xml; charset=windows-1252",
-       fault("<faultstring>DN inv\xE1lido</faultstring>"), "fault S:Server: DN inválido"},
-      {"a fault without faultstring", 500, "text/xml", fault(""),
-       "fault S:Server: " + kFailed.substr(2) + "falha SOAP sem descrição (S:Server)"},
-      {"HTTP 500 without a fault", 500, "text/plain", "Internal Server Error",
-       kFailed + "o servidor respondeu HTTP 500"},
-      {"HTTP 500 with a result", 500, "text/xml", envelope(response("{}")),
-       kFailed + "o servidor respondeu HTTP 500"},
-      {"HTTP 404 with a result", 404, "text/xml", envelope(response("{}")),
-       kFailed + "o servidor respondeu HTTP 404"}};
+      {200, xml, "{\"Status\":{\"Codigo\":0}}", kFailed + "a resposta não é um XML válido"},
+      {200, xml, "", kFailed + "a resposta está vazia"},
+      {200, "text/html", "<html><body>Service Unavailable</body></html>", kFailed + notSoap},
+      {200, xml, "<x:Envelope xmlns:x=\"urn:other\"><x:Body><r><v>1</v></r></x:Body></x:Envelope>",
+       kFailed + notSoap},
+      {200, xml, envelope("<BuscaLeadsResponse/>"), kFailed + "a resposta SOAP não traz o resultado da operação"},
+      {200, xml, "<?xml version=\"1.0\"?><!DOCTYPE S:Envelope [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" +
+       envelope("<r><v>&x;</v></r>"), kFailed + "a resposta traz uma declaração DOCTYPE, que não é aceita"},
+      {500, xml, fault("<faultstring>Access violation at 0042 &amp; more</faultstring>"),
+       "fault S:Server: Access violation at 0042 & more"},
+      {200, "text/xml; charset=windows-1252", fault("<faultstring>DN inv\xE1lido</faultstring>"),
+       "fault S:Server: DN inválido"},
+      {500, xml, fault(""), "fault S:Server: " + kFailed.substr(2) + "falha SOAP sem descrição (S:Server)"},
+      {500, "text/plain", "Internal Server Error", kFailed + "o servidor respondeu HTTP 500"},
+      {500, xml, envelope(response("{}")), kFailed + "o servidor respondeu HTTP 500"},
+      {404, xml, envelope(response("{}")), kFailed + "o servidor respondeu HTTP 404"}};
+  // clang-format on
   SoapTestServer server;
   for (const Row& row : rows) {
     server.answer(row.status, row.body, row.contentType);
-    EXPECT_EQ(outcomeOf(server.url()), row.outcome) << row.form;
+    EXPECT_EQ(outcomeOf(server.url()), row.outcome) << row.body;
   }
 }
 
@@ -291,17 +269,17 @@ TEST(SoapClient, TheReceiveTimeOutBoundsEachWaitNotTheWholeReply) {
 }
 
 TEST(SoapClient, BindingTheInterface) {
+  const auto invoke = [](SoapHttpClient& client) {
+    return outcome([&] { return client.invoke("IVornLeadsVWDLL", "BuscaLeads", "{}"); });
+  };
+  const std::string failing = "! Falha ao chamar a operação BuscaLeads: ";
+  const std::string noUrl = failing + "nenhum endereço do serviço foi definido";
+  SoapHttpClient unset;
+  EXPECT_EQ(invoke(unset), noUrl);
   auto client = std::make_shared<SoapHttpClient>();
   ASSERT_NE(GetIVornLeadsVW(false, "", client), nullptr);
   EXPECT_EQ(client->url(), "http://localhost:5656/soap/IVornLeadsVW");
   EXPECT_EQ(client->wsdlLocation(), "");
-  try {
-    SoapHttpClient().invoke("IVornLeadsVWDLL", "BuscaLeads", "{}");
-    ADD_FAILURE() << "a client without URL must not call";
-  } catch (const VornError& error) {
-    EXPECT_STREQ(error.what(),
-                 "Falha ao chamar a operação BuscaLeads: nenhum endereço do serviço foi definido");
-  }
 
   // The description document is not read in this edition: the call says so.
   auto described = std::make_shared<SoapHttpClient>();
@@ -309,36 +287,24 @@ TEST(SoapClient, BindingTheInterface) {
   EXPECT_EQ(described->wsdlLocation(), kIVornLeadsVWDefaultWSDL);
   EXPECT_EQ(described->service(), "IVornLeadsVWservice");
   EXPECT_EQ(described->port(), "IVornLeadsVWPort");
-  try {
-    GetIVornLeadsVW(true, "http://h/IVornLeadsVW.wsdl", described)->BuscaLeads("{}");
-    ADD_FAILURE() << "WSDL mode has no URL to call";
-  } catch (const VornError& error) {
-    EXPECT_STREQ(error.what(),
-                 "Falha ao chamar a operação BuscaLeads: nenhum endereço do serviço foi definido "
-                 "(o endereço não é obtido da descrição WSDL nesta edição)");
-  }
-  EXPECT_EQ(described->url(), "");
+  GetIVornLeadsVW(true, "http://h/IVornLeadsVW.wsdl", described);
   EXPECT_EQ(described->wsdlLocation(), "http://h/IVornLeadsVW.wsdl");
+  EXPECT_EQ(described->url(), "");
+  EXPECT_EQ(invoke(*described),
+            noUrl + " (o endereço não é obtido da descrição WSDL nesta edição)");
 
-  // Unregistered, the interface is nothing and the client refuses to call.
+  // Unregistered, the interface is nothing and the client, still the caller's, refuses to call.
   invRegistry().UnRegisterInterface("IVornLeadsVWDLL");
   const auto none = GetIVornLeadsVW(false, "http://127.0.0.1:1/x", client);
-  std::string failure;
-  try {
-    client->invoke("IVornLeadsVWDLL", "BuscaLeads", "{}");
-  } catch (const VornError& error) {
-    failure = error.what();
-  }
+  const std::string unregistered = invoke(*client);
   RegisterIVornLeadsVW();
   EXPECT_EQ(none, nullptr);
   EXPECT_EQ(client.use_count(), 1);
   EXPECT_EQ(client->url(), "http://127.0.0.1:1/x");
+  EXPECT_EQ(unregistered, failing + "a interface IVornLeadsVWDLL não está registrada");
   EXPECT_EQ(
-      failure,
-      "Falha ao chamar a operação BuscaLeads: a interface IVornLeadsVWDLL não está registrada");
-  EXPECT_EQ(InvRegistry::soapActionOf({"X", "urn:x", "", "", "", "%operationName%/%operationName%"},
-                                      "Op"),
-            "Op/Op");
+      InvRegistry::soapActionOf({"X", "", "", "", "", "%operationName%/%operationName%"}, "Op"),
+      "Op/Op");
 }
 
 }  // namespace
