@@ -44,87 +44,71 @@ TEST(Records, EachRecordIsWrittenInFullAndReadBack) {
       R"("IdLead":"L-1","Modelo":"Polo","Nome":"João","Opcionais":"Teto","Status":1,)"
       R"("Telefone":987654321,"Preco":"150000","Origem":"Site","Mensagem":"Olá",)"
       R"("DataIntencaoAgendamento":"06/03/2024","Showroom":"S","PreferenciaContato":"Email"})";
-  TRetornoBuscaNovosLeadsClass novos{TStatusClass{1, "Ok", "1.0"}, {{}}};
-  novos.Novos[0].IdLead = 90000000031;  // beyond 32 bits, still whole
-  novos.Novos[0].DealerNumber = "4711";
-  TRetornoBuscaHistoricoDealerClass historico{TStatusClass{}, {{}}};
-  historico.Historico[0].Ddd = 21.5;
-  historico.Historico[0].IdLead = 987.1;
-  historico.Historico[0].Nome = "Ana";
-  const std::string blank = R"("Opcionais":"","Status":0,"Telefone":0,"Preco":"","Origem":"",)"
-      R"("Mensagem":"","DataIntencaoAgendamento":"","Showroom":"","PreferenciaContato":""}]})";
+  const TRetornoBuscaLeadsClass leads{status, {lead, lead}};
+  const std::string leadsJson = R"({"Status":)" + statusJson + R"(,"Leads":[)" + leadJson + "," + leadJson + "]}";
   const TContatoLeadVW contato{1, 2, 300, 400, "José", 11, 987654321, "12345678901", "Polo",
       "j@x.com", 555, 99990.5, 3, 4, 5, 6, 7, 8, EncodeDateTime({2024, 3, 5, 14, 7, 9, 123}), 9, 1,
       "Site", "Quero", EncodeDate(2024, 3, 6), "S", "Email"};
-  struct Row {
-    std::string written;
-    Reading reread;
-    std::string json;
-  };
-  const Row rows[] = {
-      {status.AsJSON(), reread<TStatusClass>, statusJson},
-      {TStatusClass{}.AsJSON(), reread<TStatusClass>, kFresh},
-      {TEnviaBuscaLeadsClass{"4711;4712"}.AsJSON(), reread<TEnviaBuscaLeadsClass>, R"({"DNs":"4711;4712"})"},
-      {TEnviaBuscaLeadsDataClass{"4711", "01/01/2000"}.AsJSON(), reread<TEnviaBuscaLeadsDataClass>,
-       R"({"DNs":"4711","Data":"01/01/2000"})"},
-      {TEnviaBuscaLeadsStatusClass{"4711", "0", "X"}.AsJSON(), reread<TEnviaBuscaLeadsStatusClass>,
-       R"({"DNs":"4711","Status":"0","Nome":"X"})"},
-      {TCarregaUltimaCargaInicial{"4711", "LEADS"}.AsJSON(), reread<TCarregaUltimaCargaInicial>,
-       R"({"DNs":"4711","Tabela":"LEADS"})"},
-      {TEnviaAtualizaLeadClass{"123", "05/03/2024 14:07:09", "06/03/2024", 123456789012.0, -1}.AsJSON(),
-       reread<TEnviaAtualizaLeadClass>, R"({"Cpf":"123","DataAtualizacao":"05/03/2024 14:07:09",)"
-       R"("DataReagendamento":"06/03/2024","IdLead":123456789012,"Status":-1})"},
-      {TEnviaAtualizaLeadClass{"", "", "", 0.1, 1e20}.AsJSON(), reread<TEnviaAtualizaLeadClass>,
-       R"({"Cpf":"","DataAtualizacao":"","DataReagendamento":"","IdLead":0.1,"Status":1e+20})"},
-      {TEnviaBuscaNovosLeadsClass{EncodeDateTime({2024, 3, 5, 14, 7, 9, 123})}.AsJSON(),
-       reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-03-05T14:07:09.123"})"},
+  const std::string contatoJson =
+      R"({"empresa":1,"revenda":2,"codigoContato":300,"codigoCliente":400,"nome":"José","DDD":11,)"
+      R"("telefone":987654321,"cpfcnpj":"12345678901","modelo":"Polo","email":"j@x.com",)"
+      R"("leadID":555,"PrecoPretendido":99990.5,"formaContato":3,"tipoContato":4,)"
+      R"("subTipoContato":5,"departamento":6,"usuarioCorreio":7,"origemTrafego":8,)"
+      R"("dataIntencao":"2024-03-05T14:07:09.123","vendedorInclusao":9,"status":1,"origem":"Site",)"
+      R"("mensagem":"Quero","dataIntencaoAgendamento":"2024-03-06T00:00:00.000","showroom":"S",)"
+      R"("preferenciaContato":"Email"})";
+  const TParametroPreparaAtualizaLeadVW parametro{1, 2, 3, 4, 5, "10/03/2024 10:00", true, 7, "11/03", 123456};
+  const std::string parametroJson =
+      R"({"empresa":1,"revenda":2,"contato":3,"usuarioAtualizacao":4,"codigoAtualizacao":5,)"
+      R"("dataReagendamento":"10/03/2024 10:00","reenvio":true,"sequenciaReenvio":7,)"
+      R"("dataAtualizacaoReenvio":"11/03","idLead":123456})";
+  const std::string atualizaJson = R"({"Status":)" + statusJson + R"(,"Retorno":{"Mensagem":"m","Retorno":"OK"}})";
+  const std::string blank = R"("Opcionais":"","Status":0,"Telefone":0,"Preco":"","Origem":"",)"
+      R"("Mensagem":"","DataIntencaoAgendamento":"","Showroom":"","PreferenciaContato":""}]})";
+  const std::string novosJson =
+      R"({"Status":{"Codigo":1,"Descricao":"Ok","Versao":"1.0"},"Novos":[{"Acabamento":"","Cor":"",)"
+      R"("CpfCnpj":"","DataIntencao":"","Ddd":0,"DealerNumber":"4711","Email":"",)"
+      R"("IdLead":90000000031,"Modelo":"","Nome":"",)" + blank;  // beyond 32 bits, still whole
+  const std::string historicoJson = R"({"Status":)" + kFresh + R"(,"Historico":[{"Acabamento":"","Cor":"",)"
+      R"("CpfCnpj":"","DataIntencao":"","Ddd":21.5,"Email":"","IdLead":987.1,"Modelo":"","Nome":"Ana",)" + blank;
+
+  // Written from the members.
+  const std::pair<std::string, std::string> written[] = {
+      {status.AsJSON(), statusJson}, {leads.AsJSON(), leadsJson}, {contato.AsJSON(), contatoJson},
+      {parametro.AsJSON(), parametroJson},
+      {TRetornoAtualizaLeadClass{status, TItemAtualizaLeadClass{"m", "OK"}}.AsJSON(), atualizaJson},
+      {TEnviaAtualizaLeadClass{"1", "05/03/2024 14:07:09", "06/03", 123456789012.0, -1}.AsJSON(),
+       R"({"Cpf":"1","DataAtualizacao":"05/03/2024 14:07:09","DataReagendamento":"06/03","IdLead":123456789012,"Status":-1})"},
+      {TEnviaAtualizaLeadClass{"a\xC3(", "", "", -0.0, std::numeric_limits<double>::infinity()}.AsJSON(),
+       R"({"Cpf":"a�(","DataAtualizacao":"","DataReagendamento":"","IdLead":0,"Status":null})"},
       {TEnviaBuscaNovosLeadsClass{EncodeDateTime({1850, 1, 2, 23, 59, 59, 999})}.AsJSON(),
-       reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"1850-01-02T23:59:59.999"})"},
-      {TEnviaBuscaHistoricoDealerClass{"4711"}.AsJSON(), reread<TEnviaBuscaHistoricoDealerClass>,
-       R"({"DealerNumber":"4711"})"},
-      {TAutenticaClass{"password", "u", "p"}.AsJSON(), reread<TAutenticaClass>,
-       R"({"grant_type":"password","username":"u","password":"p"})"},
-      {TRetornoBuscaLeadsClass{status, {lead, lead}}.AsJSON(), reread<TRetornoBuscaLeadsClass>,
-       R"({"Status":)" + statusJson + R"(,"Leads":[)" + leadJson + "," + leadJson + "]}"},
-      {TRetornoBuscaLeadsClass{}.AsJSON(), reread<TRetornoBuscaLeadsClass>, R"({"Status":null,"Leads":[]})"},
-      {novos.AsJSON(), reread<TRetornoBuscaNovosLeadsClass>,
-       R"({"Status":{"Codigo":1,"Descricao":"Ok","Versao":"1.0"},"Novos":[{"Acabamento":"","Cor":"",)"
-       R"("CpfCnpj":"","DataIntencao":"","Ddd":0,"DealerNumber":"4711","Email":"",)"
-       R"("IdLead":90000000031,"Modelo":"","Nome":"",)" + blank},
-      {historico.AsJSON(), reread<TRetornoBuscaHistoricoDealerClass>,
-       R"({"Status":)" + kFresh + R"(,"Historico":[{"Acabamento":"","Cor":"","CpfCnpj":"",)"
-       R"("DataIntencao":"","Ddd":21.5,"Email":"","IdLead":987.1,"Modelo":"","Nome":"Ana",)" + blank},
-      {TRetornoAtualizaLeadClass{}.AsJSON(), reread<TRetornoAtualizaLeadClass>,
-       R"({"Status":)" + kFresh + R"(,"Retorno":{"Mensagem":"","Retorno":""}})"},
-      {TRetornoAtualizaLeadClass{status, TItemAtualizaLeadClass{"m", "OK"}}.AsJSON(),
-       reread<TRetornoAtualizaLeadClass>,
-       R"({"Status":)" + statusJson + R"(,"Retorno":{"Mensagem":"m","Retorno":"OK"}})"},
-      {TRetornoAtualizaLeadClass{std::nullopt, std::nullopt}.AsJSON(), reread<TRetornoAtualizaLeadClass>,
-       R"({"Status":null,"Retorno":null})"},
-      {contato.AsJSON(), reread<TContatoLeadVW>,
-       R"({"empresa":1,"revenda":2,"codigoContato":300,"codigoCliente":400,"nome":"José","DDD":11,)"
-       R"("telefone":987654321,"cpfcnpj":"12345678901","modelo":"Polo","email":"j@x.com",)"
-       R"("leadID":555,"PrecoPretendido":99990.5,"formaContato":3,"tipoContato":4,)"
-       R"("subTipoContato":5,"departamento":6,"usuarioCorreio":7,"origemTrafego":8,)"
-       R"("dataIntencao":"2024-03-05T14:07:09.123","vendedorInclusao":9,"status":1,"origem":"Site",)"
-       R"("mensagem":"Quero","dataIntencaoAgendamento":"2024-03-06T00:00:00.000","showroom":"S",)"
-       R"("preferenciaContato":"Email"})"},
-      {TParametroPreparaAtualizaLeadVW{1, 2, 3, 4, 5, "10/03/2024 10:00", true, 7, "11/03", 123456}.AsJSON(),
-       reread<TParametroPreparaAtualizaLeadVW>,
-       R"({"empresa":1,"revenda":2,"contato":3,"usuarioAtualizacao":4,"codigoAtualizacao":5,)"
-       R"("dataReagendamento":"10/03/2024 10:00","reenvio":true,"sequenciaReenvio":7,)"
-       R"("dataAtualizacaoReenvio":"11/03","idLead":123456})"}};
+       R"({"DataHora":"1850-01-02T23:59:59.999"})"},
+      {TEnviaBuscaLeadsStatusClass{"4711", "0", "X"}.AsJSON(), R"({"DNs":"4711","Status":"0","Nome":"X"})"},
+      {TStatusClass{}.AsJSON(), kFresh},
+      {TRetornoBuscaLeadsClass{}.AsJSON(), R"({"Status":null,"Leads":[]})"},
+      {TRetornoAtualizaLeadClass{}.AsJSON(), R"({"Status":)" + kFresh + R"(,"Retorno":{"Mensagem":"","Retorno":""}})"},
+      {TRetornoAtualizaLeadClass{std::nullopt, std::nullopt}.AsJSON(), R"({"Status":null,"Retorno":null})"}};
+  for (const auto& [text, json] : written) EXPECT_EQ(text, json);
+
+  // Read from that text and written again: nothing is lost either way.
+  const std::pair<Reading, std::string> read[] = {
+      {reread<TStatusClass>, statusJson},                    {reread<TRetornoBuscaLeadsClass>, leadsJson},
+      {reread<TContatoLeadVW>, contatoJson},                 {reread<TParametroPreparaAtualizaLeadVW>, parametroJson},
+      {reread<TRetornoAtualizaLeadClass>, atualizaJson},     {reread<TRetornoBuscaNovosLeadsClass>, novosJson},
+      {reread<TRetornoBuscaHistoricoDealerClass>, historicoJson},
+      {reread<TRetornoAtualizaLeadClass>, R"({"Status":null,"Retorno":null})"},
+      {reread<TRetornoBuscaLeadsClass>, R"({"Status":null,"Leads":[]})"},
+      {reread<TEnviaBuscaLeadsClass>, R"({"DNs":"4711;4712"})"},
+      {reread<TEnviaBuscaLeadsDataClass>, R"({"DNs":"4711","Data":"01/01/2000"})"},
+      {reread<TEnviaBuscaLeadsStatusClass>, R"({"DNs":"4711","Status":"0","Nome":"X"})"},
+      {reread<TCarregaUltimaCargaInicial>, R"({"DNs":"4711","Tabela":"LEADS"})"},
+      {reread<TEnviaAtualizaLeadClass>, R"({"Cpf":"1","DataAtualizacao":"05/03/2024 14:07:09",)"
+       R"("DataReagendamento":"06/03","IdLead":0.1,"Status":1e+20})"},
+      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-03-05T14:07:09.123"})"},
+      {reread<TEnviaBuscaHistoricoDealerClass>, R"({"DealerNumber":"4711"})"},
+      {reread<TAutenticaClass>, R"({"grant_type":"password","username":"u","password":"p"})"}};
   // clang-format on
-  for (const Row& row : rows) {
-    EXPECT_EQ(row.written, row.json);
-    EXPECT_EQ(row.reread(row.json), row.json);
-  }
-  // JSON has no infinity, and minus zero is zero; broken UTF-8 is replaced, not an error.
-  EXPECT_EQ(
-      (TEnviaAtualizaLeadClass{"a\xC3(", "", "", -0.0, std::numeric_limits<double>::infinity()}
-           .AsJSON()),
-      "{\"Cpf\":\"a\xEF\xBF\xBD(\",\"DataAtualizacao\":\"\",\"DataReagendamento\":\"\","
-      "\"IdLead\":0,\"Status\":null}");
+  for (const auto& [reading, json] : read) EXPECT_EQ(reading(json), json);
 }
 
 TEST(Records, ReadingToleratesAndRefuses) {
@@ -135,19 +119,25 @@ TEST(Records, ReadingToleratesAndRefuses) {
       return std::string("! ") + error.what();
     }
   };
-  const auto member = [](const char* name, const char* record, const std::string& requirement) {
-    return std::string("! JSON member \"") + name + "\" of " + record + " " + requirement;
-  };
-  const std::string whole = "must be a whole number from -2147483648 to 2147483647";
-  const std::string dated = member("DataHora", "TEnviaBuscaNovosLeadsClass",
-                                   R"(must be a date and time as "yyyy-mm-ddThh:nn:ss.zzz")");
-  const std::string range = "must be a number within the range of a double, not ";
-  const std::string invalid = "! Invalid JSON for TStatusClass";
-  const std::string parseError =
-      ": [json.exception.parse_error.101] parse error at line 1, column ";
+  const Reading status = reread<TStatusClass>, leads = reread<TRetornoBuscaLeadsClass>,
+                atualiza = reread<TRetornoAtualizaLeadClass>,
+                novos = reread<TEnviaBuscaNovosLeadsClass>,
+                parametro = reread<TParametroPreparaAtualizaLeadVW>;
+  const std::string member = "! JSON member ",
+                    range = " must be a number within the range of a double, not ";
+  const std::string dated =
+      member + R"("DataHora" of TEnviaBuscaNovosLeadsClass must be a date and time as )"
+               R"("yyyy-mm-ddThh:nn:ss.zzz")";
+  const std::string whole = member +
+                            R"("leadID" of TContatoLeadVW must be a whole number from -2147483648 )"
+                            "to 2147483647";
+  const std::string invalid = "! Invalid JSON for TStatusClass",
+                    parseError =
+                        ": [json.exception.parse_error.101] "
+                        "parse error at line 1, column ";
   const std::string endOfInput =
-      ": syntax error while parsing value - unexpected end of input; expected '[', '{', or a "
-      "literal";
+      ": syntax error while parsing value - unexpected end of input; expected '[', '{', "
+      "or a literal";
   struct Row {
     Reading read;
     std::string json, outcome;
@@ -155,55 +145,40 @@ TEST(Records, ReadingToleratesAndRefuses) {
   const Row rows[] = {
       // clang-format off
       // Unknown members are skipped; missing and null ones keep the record's defaults.
-      {reread<TParametroPreparaAtualizaLeadVW>,
-       R"({"empresa":3,"extra":{"deep":[1,2]},"reenvio":null,"dataReagendamento":null})",
+      {parametro, R"({"empresa":3,"extra":{"deep":[1,2]},"reenvio":null,"dataReagendamento":null})",
        R"({"empresa":3,"revenda":0,"contato":0,"usuarioAtualizacao":0,"codigoAtualizacao":0,)"
-       R"("dataReagendamento":"","reenvio":false,"sequenciaReenvio":-1,"dataAtualizacaoReenvio":"",)"
-       R"("idLead":0})"},
-      {reread<TRetornoAtualizaLeadClass>, "{}", R"({"Status":)" + kFresh + R"(,"Retorno":{"Mensagem":"","Retorno":""}})"},
-      {reread<TRetornoAtualizaLeadClass>, R"({"Status":null,"Retorno":{"Mensagem":"m"}})",
-       R"({"Status":null,"Retorno":{"Mensagem":"m","Retorno":""}})"},
-      {reread<TRetornoBuscaLeadsClass>, R"({"Leads":null})", R"({"Status":null,"Leads":[]})"},
-      {reread<TStatusClass>, R"({"Codigo":5.0,"Versao":"2"})", R"({"Codigo":5,"Descricao":"","Versao":"2"})"},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":45356.5})", R"({"DataHora":"2024-03-05T12:00:00.000"})"},
-      {leadID, R"({"leadID":5.0})", "5"},  {leadID, R"({"leadID":-2147483648})", "-2147483648"},
-      {leadID, R"({"leadID":2147483647})", "2147483647"},
-      {leadID, R"({"leadID":1.5})", member("leadID", "TContatoLeadVW", whole)},
-      {leadID, R"({"leadID":2147483648})", member("leadID", "TContatoLeadVW", whole)},
-      {leadID, R"({"leadID":-2147483649})", member("leadID", "TContatoLeadVW", whole)},
-      {leadID, R"({"leadID":"5"})", member("leadID", "TContatoLeadVW", whole)},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-02-30T00:00:00.000"})", dated},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-03-05 14:07:09.123"})", dated},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-03-05T14:07:09"})", dated},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":"2024-03-05T24:00:00.000"})", dated},
-      {reread<TEnviaBuscaNovosLeadsClass>, R"({"DataHora":true})", dated},
-      {reread<TItemBuscaLeadsClass>, R"({"IdLead":77})", member("IdLead", "TItemBuscaLeadsClass", "must be text")},
-      {reread<TItemBuscaNovosLeadsClass>, R"({"IdLead":"77"})",
-       member("IdLead", "TItemBuscaNovosLeadsClass", "must be a number")},
-      {reread<TParametroPreparaAtualizaLeadVW>, R"({"reenvio":1})",
-       member("reenvio", "TParametroPreparaAtualizaLeadVW", "must be true or false")},
-      {reread<TRetornoAtualizaLeadClass>, R"({"Retorno":"x"})",
-       member("Retorno", "TRetornoAtualizaLeadClass", "must be an object or null")},
-      {reread<TRetornoBuscaLeadsClass>, R"({"Leads":{}})",
-       member("Leads", "TRetornoBuscaLeadsClass", "must be an array of objects")},
-      {reread<TRetornoBuscaLeadsClass>, R"({"Leads":[{},3]})",
-       member("Leads", "TRetornoBuscaLeadsClass", "must be an array of objects")},
+       R"("dataReagendamento":"","reenvio":false,"sequenciaReenvio":-1,"dataAtualizacaoReenvio":"","idLead":0})"},
+      {atualiza, "{}", R"({"Status":)" + kFresh + R"(,"Retorno":{"Mensagem":"","Retorno":""}})"},
+      {atualiza, R"({"Status":null,"Retorno":{"Mensagem":"m"}})", R"({"Status":null,"Retorno":{"Mensagem":"m","Retorno":""}})"},
+      {leads, R"({"Leads":null})", R"({"Status":null,"Leads":[]})"},
+      {status, R"({"Codigo":5.0,"Versao":"2"})", R"({"Codigo":5,"Descricao":"","Versao":"2"})"},
+      {novos, R"({"DataHora":45356.5})", R"({"DataHora":"2024-03-05T12:00:00.000"})"},
+      {leadID, R"({"leadID":5.0})", "5"}, {leadID, R"({"leadID":2147483647})", "2147483647"},
+      {leadID, R"({"leadID":-2147483648})", "-2147483648"},   {leadID, R"({"leadID":1.5})", whole},
+      {leadID, R"({"leadID":2147483648})", whole}, {leadID, R"({"leadID":-2147483649})", whole},
+      {leadID, R"({"leadID":"5"})", whole},        {novos, R"({"DataHora":true})", dated},
+      {novos, R"({"DataHora":"2024-02-30T00:00:00.000"})", dated}, {novos, R"({"DataHora":"2024-03-05T14:07:09"})", dated},
+      {novos, R"({"DataHora":"2024-03-05 14:07:09.123"})", dated}, {novos, R"({"DataHora":"2024-03-05T24:00:00.000"})", dated},
+      {reread<TItemBuscaLeadsClass>, R"({"IdLead":77})", member + R"("IdLead" of TItemBuscaLeadsClass must be text)"},
+      {reread<TItemBuscaNovosLeadsClass>, R"({"IdLead":"77"})", member + R"("IdLead" of TItemBuscaNovosLeadsClass must be a number)"},
+      {parametro, R"({"reenvio":1})", member + R"("reenvio" of TParametroPreparaAtualizaLeadVW must be true or false)"},
+      {atualiza, R"({"Retorno":"x"})", member + R"("Retorno" of TRetornoAtualizaLeadClass must be an object or null)"},
+      {leads, R"({"Leads":{}})", member + R"("Leads" of TRetornoBuscaLeadsClass must be an array of objects)"},
+      {leads, R"({"Leads":[{},3]})", member + R"("Leads" of TRetornoBuscaLeadsClass must be an array of objects)"},
       // A fault inside a nested record names the nested record.
-      {reread<TRetornoBuscaNovosLeadsClass>, R"({"Status":{"Codigo":"0"}})",
-       member("Codigo", "TStatusClass", "must be a number")},
+      {reread<TRetornoBuscaNovosLeadsClass>, R"({"Status":{"Codigo":"0"}})", member + R"("Codigo" of TStatusClass must be a number)"},
       {reread<TRetornoBuscaHistoricoDealerClass>, R"({"Historico":[{"Nome":false}]})",
-       member("Nome", "TItemBuscaHistoricoDealerClass", "must be text")},
+       member + R"("Nome" of TItemBuscaHistoricoDealerClass must be text)"},
       // A number no double holds is refused while the text is read, naming where it stood.
-      {reread<TRetornoBuscaLeadsClass>, R"({"Leads":[{"Ddd":11},{"Ddd":-1e400}]})",
-       member("Leads[1].Ddd", "TRetornoBuscaLeadsClass", range + "-1e400")},
-      {reread<TStatusClass>, R"({"Codigo":1e400})", member("Codigo", "TStatusClass", range + "1e400")},
-      {reread<TStatusClass>, "1e400", "! JSON for TStatusClass must be an object, not 1e400"},
-      {reread<TStatusClass>, "[1,2]", "! JSON for TStatusClass must be an object, not array"},
-      {reread<TStatusClass>, "null", "! JSON for TStatusClass must be an object, not null"},
-      {reread<TStatusClass>, "{\"Codigo\":", invalid + " in member \"Codigo\"" + parseError + "11" + endOfInput},
-      {reread<TStatusClass>, "", invalid + parseError + "1" + endOfInput},
-      {reread<TStatusClass>, "{\"Codigo\":1,}", invalid + parseError +
-       "13: syntax error while parsing object key - unexpected '}'; expected string literal"}};
+      {leads, R"({"Leads":[{"Ddd":11},{"Ddd":-1e400}]})", member + R"("Leads[1].Ddd" of TRetornoBuscaLeadsClass)" + range + "-1e400"},
+      {status, R"({"Codigo":1e400})", member + R"("Codigo" of TStatusClass)" + range + "1e400"},
+      {status, "1e400", "! JSON for TStatusClass must be an object, not 1e400"},
+      {status, "[1,2]", "! JSON for TStatusClass must be an object, not array"},
+      {status, "null", "! JSON for TStatusClass must be an object, not null"},
+      {status, "{\"Codigo\":", invalid + " in member \"Codigo\"" + parseError + "11" + endOfInput},
+      {status, "", invalid + parseError + "1" + endOfInput},
+      {status, "{\"Codigo\":1,}", invalid + parseError + "13: syntax error while parsing object key - unexpected '}'; "
+       "expected string literal"}};
   // clang-format on
   for (const Row& row : rows) EXPECT_EQ(row.read(row.json), row.outcome) << row.json;
 
