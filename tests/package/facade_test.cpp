@@ -215,17 +215,8 @@ TEST(Facade, AlteraEnderecoServico) {
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
 }
 
-TEST(Facade, PlaceholdersAnswerAFreshStatusAndTheLogGoesToTheHostDirectory) {
-  TdmVornLeadsVW fachada;
-  const std::string vazio = R"({"Codigo":0,"Descricao":"","Versao":""})";
-  fachada.inicializaDM(nullptr);
-  fachada.AtualizaTAplicacao(nullptr, nullptr, 12);
-  EXPECT_EQ(fachada.Busca_LeadsVW(), vazio);
-  EXPECT_EQ(fachada.Atualiza_LeadsVW(R"({"IdLead":1})"), vazio);
-  EXPECT_EQ(fachada.AtualizaNaoEnviados_LeadsVW(), vazio);
-  EXPECT_EQ(fachada.Integra_VornLeadsVW(4, R"({"DNs":"1234"})"), vazio);
-  fachada.finalizaDM();
-
+TEST(Facade, TheLogGoesToTheFacadeLogOfTheHostDirectory) {
+  const TdmVornLeadsVW fachada;
   test::TempDir home("facade-log");
   setHostDirectory(home.path());
   fachada.gravaLog("BuscaLeads", "{\"DNs\":\"1\"}", "Ok");

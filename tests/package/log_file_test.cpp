@@ -64,29 +64,12 @@ TEST_F(LogFileTest, EntriesInFull) {
   busca.append("depois");
   EXPECT_EQ(file("2023_12_31"), kSep + "\r\nantes\r\n");
   EXPECT_EQ(file("2024_01_01"), kSep + "\r\ndepois\r\n");
-}
-
-// Text already in the file is kept in its saved form: every line ended by CR LF.
-TEST_F(LogFileTest, TextAlreadyThere) {
-  const LogFile log(kLogBuscaLeads, clock_);
-  const std::string path = log.pathFor(clock_->now());
-  test::writeFile(path, "linha 1\nlinha 2\rlinha 3");
-  log.append("a\nb");
-  EXPECT_EQ(test::readFile(path), "linha 1\r\nlinha 2\r\nlinha 3\r\n" + kSep + "\r\na\nb\r\n");
-  log.append("");
-  EXPECT_EQ(test::readFile(path),
-            "linha 1\r\nlinha 2\r\nlinha 3\r\n" + kSep + "\r\na\r\nb\r\n" + kSep + "\r\n\r\n");
-
-  test::writeFile(path, "x");
-  log.append("y");
-  EXPECT_EQ(test::readFile(path), "x\r\n" + kSep + "\r\ny\r\n");
 
   // An entry holding a separator line is taken to end there: the bare line feed before it stays.
-  std::filesystem::remove(path);
-  log.append("a\nb\r\n" + kSep + "\r\nc\rd");
-  log.append("e");
-  EXPECT_EQ(test::readFile(path),
-            kSep + "\r\na\nb\r\n" + kSep + "\r\nc\r\nd\r\n" + kSep + "\r\ne\r\n");
+  busca.append("a\nb\r\n" + kSep + "\r\nc\rd");
+  busca.append("e");
+  EXPECT_EQ(file("2024_01_01"), kSep + "\r\ndepois\r\n" + kSep + "\r\na\nb\r\n" + kSep +
+                                    "\r\nc\r\nd\r\n" + kSep + "\r\ne\r\n");
 }
 
 TEST_F(LogFileTest, AFileThatCannotBeWrittenRaisesNamingIt) {
@@ -120,13 +103,17 @@ TEST_F(LogFileTest, HostDirectoryIsTheSettingElseTheEnvironmentElseTheProgramsOw
 }
 
 // Entries with every kind of line break in every position, empty ones, and long ones that reach
-// past the writer's first read-back window, over three days.
+// past the writer's first read-back window, over three days; the first two days' files hold text
+// written by something else (bare line breaks, no final one; a single byte).
 TEST_F(LogFileTest, AppendingGivesTheBytesOfTheWholeRewrite) {
   test::TempDir model("vornleads-log-model");
   const LogFile log(kLogBuscaLeads, clock_);
-  const std::string foreign = "antigo\nconteúdo\r\rsem quebra final";
-  test::writeFile(log.pathFor(clock_->now()), foreign);
-  test::writeFile(model / log.pathFor(clock_->now()).filename().string(), foreign);
+  for (const auto& [day, foreign] :
+       {std::pair{clock_->now(), "antigo\nconteúdo\r\rsem quebra final"},
+        std::pair{clock_->now() + 1, "x"}}) {
+    test::writeFile(log.pathFor(day), foreign);
+    test::writeFile(model / log.pathFor(day).filename().string(), foreign);
+  }
 
   const std::vector<std::string> pieces = {"texto",
                                            "Função ção",
