@@ -27,25 +27,19 @@ namespace {
 using Json = test::SandboxProcess::Json;
 
 // The current directory (".\VornLeadsVW.ini" is resolved against it) and the boundary code page
-// for one test; both are put back afterwards.
-class Scope {
- public:
-  explicit Scope(const std::filesystem::path& directory, CodePage page = CodePage::Utf8)
-      : directory_(std::filesystem::current_path()), page_(boundaryCodePage()) {
-    std::filesystem::current_path(directory);
+// for one test; both are put back afterwards (the directory if it still exists).
+struct Scope {
+  Scope(const std::filesystem::path& to, CodePage page = CodePage::Utf8) {
+    std::filesystem::current_path(to);
     setBoundaryCodePage(page);
   }
   ~Scope() {
-    std::error_code ignored;  // nothing sensible to do if the old directory vanished
-    std::filesystem::current_path(directory_, ignored);
-    setBoundaryCodePage(page_);
+    std::error_code ignored;
+    std::filesystem::current_path(directory, ignored);
+    setBoundaryCodePage(codePage);
   }
-  Scope(const Scope&) = delete;
-  Scope& operator=(const Scope&) = delete;
-
- private:
-  std::filesystem::path directory_;
-  CodePage page_;
+  const std::filesystem::path directory = std::filesystem::current_path();
+  const CodePage codePage = boundaryCodePage();
 };
 
 std::string envelope(int codigo, const std::string& descricao) {
