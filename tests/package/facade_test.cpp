@@ -55,8 +55,8 @@ TEST(Configuracao, GravaINIWritesTheProxyKeyOfItsSection) {
   struct Row {
     std::string before, valor, after;
   };
+  // clang-format off
   const Row rows[] = {
-      // clang-format off
       {none, "http://dms:8080/x", "[Config]\r\nProxy=http://dms:8080/x\r\n"},
       {"[Config]\r\nProxy=antigo\r\n", "http://outro", "[Config]\r\nProxy=http://outro\r\n"},
       {"[Geral]\nNome=A\r\n\r\n[ config ]\r\n proxy = antigo\r\nOutra=1\r\n[Fim]\rX=2", "novo",
@@ -143,8 +143,8 @@ TEST(Facade, AlteraEnderecoServico) {
   struct Row {
     std::string json, outcome, endereco;
   };
+  // clang-format off
   const Row rows[] = {
-      // clang-format off
       {R"({"Outro":1,"NovoEndereco":")" + refusing + "\"}", envelope(0, "Ok"), refusing},
       {R"({"NovoEndereco":"http://serviço.com.br/ação"})", envelope(0, "Ok"), "http://servi?o.com.br/a??o"},
       {"{}", invalid, ""},                              {R"({"novoendereco":"http://x"})", invalid, ""},

@@ -142,8 +142,8 @@ TEST(Records, ReadingToleratesAndRefuses) {
     Reading read;
     std::string json, outcome;
   };
+  // clang-format off
   const Row rows[] = {
-      // clang-format off
       // Unknown members are skipped; missing and null ones keep the record's defaults.
       {parametro, R"({"empresa":3,"extra":{"deep":[1,2]},"reenvio":null,"dataReagendamento":null})",
        R"({"empresa":3,"revenda":0,"contato":0,"usuarioAtualizacao":0,"codigoAtualizacao":0,)"

@@ -82,8 +82,8 @@ TEST(SoapClient, EachReplyFormReadsAsExpected) {
     int status;
     std::string contentType, body, outcome;
   };
+  // clang-format off
   const Row rows[] = {
-      // clang-format off
       {200, "text/xml; charset=utf-8", envelope(response(joao)), "= " + joao},
       {200, "text/xml; charset=ISO-8859-1", latin1, "= " + joao},
       {200, "text/xml; charset=utf-8", latin1, kFailed + "a resposta não pôde ser lida: bytes "
@@ -226,8 +226,8 @@ TEST(SoapClient, CallsWithoutAResult) {
     int receiveTimeoutMs;
     std::string outcome;
   };
+  // clang-format off
   const Row rows[] = {
-      // clang-format off
       {slow.url(), 0, "= {}"}, {slow.url(), 300, "= {}"}, {trickling.url(), 300, "= {\"lento\":true}"},
       {slow.url(), 1, kFailed + "sem resposta do serviço em 1 ms"},
       {refusing, 0, kFailed + "conexão recusada"},
