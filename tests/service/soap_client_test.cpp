@@ -135,14 +135,17 @@ TEST(SoapClient, EachReplyFormReadsAsExpected) {
   }
 }
 
-TEST(SoapClient, RequestEnvelopeHeadersAndEachOperation) {
-  SoapTestServer server;
+TEST(SoapClient, WhatACallPutsOnTheWire) {
+  SoapTestServer server;  // answers with the SOAPAction and the parameter it received
   server.answer([](const httplib::Request& request, httplib::Response& response) {
-    response.set_content(test::soapReply("X", request.get_header_value("SOAPAction")), "text/xml");
+    const std::string received =
+        request.get_header_value("SOAPAction") + " " + test::parametrosOf(request.body);
+    response.set_content(test::soapReply("X", received), "text/xml");
   });
   const auto service = bound(server.url());
+  const std::string action = "\"" + kService + "#";
   EXPECT_EQ(service->BuscaLeadsStatus("{\"DN\":[\"123\"],\"Status\":1}"),
-            "\"" + kService + "#BuscaLeadsStatus\"");
+            action + "BuscaLeadsStatus\" {\"DN\":[\"123\"],\"Status\":1}");
   const auto request = server.lastRequest();
   EXPECT_EQ(request.path, "/soap/IVornLeadsVW");
   EXPECT_EQ(request.body,
@@ -159,6 +162,18 @@ TEST(SoapClient, RequestEnvelopeHeadersAndEachOperation) {
   EXPECT_EQ(request.headers.find("Content-Type")->second, "text/xml; charset=utf-8");
   EXPECT_EQ(request.headers.count("Expect"), 0u);
 
+  // Markup and non-ASCII text cross escaped; an empty request is an empty parameter.
+  const std::string json =
+      "{\"Nome\":\"João & Conceição <Ltda> \\\"ME\\\" 'x'\",\"Obs\":\"a]]>b\\r\\nç€😀\"}";
+  EXPECT_EQ(service->BuscaLeads(json), action + "BuscaLeads\" " + json);
+  EXPECT_NE(server.lastRequest().body.find(
+                "<Parametros xsi:type=\"xsd:string\">{\"Nome\":\"João &amp; Conceição "
+                "&lt;Ltda&gt; \\\"ME\\\" 'x'\",\"Obs\":\"a]]&gt;b\\r\\nç€😀\"}</Parametros>"),
+            std::string::npos);
+  EXPECT_EQ(service->BuscaLeads(""), action + "BuscaLeads\" ");
+  EXPECT_NE(server.lastRequest().body.find("<Parametros xsi:type=\"xsd:string\"></Parametros>"),
+            std::string::npos);
+
   using Operation = std::string (IVornLeadsVWDLL::*)(const std::string&);
   // clang-format off
   const std::pair<Operation, const char*> operations[] = {
@@ -168,30 +183,10 @@ TEST(SoapClient, RequestEnvelopeHeadersAndEachOperation) {
       {&IVornLeadsVWDLL::CarregaUltimaCargaInicial, "CarregaUltimaCargaInicial"}};
   // clang-format on
   for (const auto& [operation, name] : operations) {
-    EXPECT_EQ(((*service).*operation)("a"), "\"" + kService + "#" + name + "\"");
+    EXPECT_EQ(((*service).*operation)("a"), action + name + "\" a");
     EXPECT_NE(server.lastRequest().body.find(std::string("<NS1:") + name + " xmlns:NS1="),
               std::string::npos);
   }
-}
-
-TEST(SoapClient, MarkupNonAsciiAndEmptyTextGoAndComeBack) {
-  SoapTestServer server;
-  server.answer([](const httplib::Request& request, httplib::Response& response) {
-    response.set_content(test::soapReply("BuscaLeads", test::parametrosOf(request.body)),
-                         "text/xml");
-  });
-  const auto service = bound(server.url());
-  const std::string json =
-      "{\"Nome\":\"João & Conceição <Ltda> \\\"ME\\\" 'x'\",\"Obs\":\"a]]>b\\r\\nç€😀\"}";
-  EXPECT_EQ(service->BuscaLeads(json), json);
-  EXPECT_NE(server.lastRequest().body.find(
-                "<Parametros xsi:type=\"xsd:string\">{\"Nome\":\"João &amp; Conceição "
-                "&lt;Ltda&gt; \\\"ME\\\" 'x'\",\"Obs\":\"a]]&gt;b\\r\\nç€😀\"}</Parametros>"),
-            std::string::npos);
-  // An empty request is an empty parameter, not a missing one.
-  EXPECT_EQ(service->BuscaLeads(""), "");
-  EXPECT_NE(server.lastRequest().body.find("<Parametros xsi:type=\"xsd:string\"></Parametros>"),
-            std::string::npos);
 }
 
 // A call that brings no result says why, naming the operation and the endpoint (never its
