@@ -85,24 +85,6 @@ TEST(Configuracao, GravaINIWritesTheProxyKeyOfItsSection) {
   EXPECT_FALSE(GravaINI("Proxy", "x"));
 }
 
-// The environment is read once, at the first call; each case runs in a fresh process.
-TEST(ConfiguracaoDeathTest, TheEndpointIsTheEnvironmentsElseTheBuildSetting) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  for (const std::string setting : {"http://leads.example:8080/s", ""}) {
-    const std::string end =
-        setting.empty() ? ":8080/VornLeadsVW/VornISAPILeadsVW.dll/soap/VornLeadsVW" : setting;
-    const auto readOnce = [&] {
-      ::setenv("VORNLEADS_ENDPOINT", setting.c_str(), 1);
-      const std::string first = AcessaINI("Proxy");
-      ::setenv("VORNLEADS_ENDPOINT", "http://later", 1);
-      return first.size() >= end.size() &&
-             first.compare(first.size() - end.size(), end.size(), end) == 0 &&
-             AcessaINI("Proxy") == first;
-    };
-    EXPECT_EXIT(std::_Exit(readOnce() ? 0 : 1), ::testing::ExitedWithCode(0), "") << setting;
-  }
-}
-
 // The status envelope and UTF-16 text for the host, in either boundary code page.
 TEST(Boundary, StatusEnvelopeAndUtf16Text) {
   {
