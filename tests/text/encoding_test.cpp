@@ -16,17 +16,6 @@ namespace {
 
 const std::string kFFFD = "\xEF\xBF\xBD";  // U+FFFD, the replacement character
 
-// UTF-16 written as its code units in hex, "0061 D83D DE00".
-std::string units(const std::u16string& text) {
-  std::string out;
-  for (char16_t unit : text) {
-    char hex[8];
-    std::snprintf(hex, sizeof hex, "%s%04X", out.empty() ? "" : " ", static_cast<unsigned>(unit));
-    out += hex;
-  }
-  return out;
-}
-
 // UTF-8 text as UTF-16 bytes, with or without a byte-order mark.
 std::string utf16(const std::string& text, bool little, bool mark) {
   std::string bytes;
@@ -37,15 +26,6 @@ std::string utf16(const std::string& text, bool little, bool mark) {
   return bytes;
 }
 
-// Each test chooses the boundary code page and puts back the one it found.
-class CodePageTest : public ::testing::Test {
- protected:
-  void TearDown() override { setBoundaryCodePage(saved_); }
-
- private:
-  CodePage saved_ = boundaryCodePage();
-};
-
 using Conversion = std::function<std::string(const std::string&)>;
 
 Conversion at(CodePage page, std::string (*convert)(const std::string&)) {
@@ -55,10 +35,20 @@ Conversion at(CodePage page, std::string (*convert)(const std::string&)) {
   };
 }
 
-TEST_F(CodePageTest, EachConversion) {
+// One table of each conversion's input and output; the boundary code page is put back after.
+TEST(CodePageTest, EachConversion) {
+  const CodePage saved = boundaryCodePage();
   const Conversion toAnsi8 = at(CodePage::Utf8, toAnsi), fromAnsi8 = at(CodePage::Utf8, fromAnsi);
   const Conversion to1252 = at(CodePage::Cp1252, toAnsi), from1252 = at(CodePage::Cp1252, fromAnsi);
-  const Conversion toUtf16 = [](const std::string& text) { return units(utf8ToUtf16(text)); };
+  const Conversion toUtf16 = [](const std::string& text) {  // code units in hex, "0061 D83D DE00"
+    std::string out;
+    for (char16_t unit : utf8ToUtf16(text)) {
+      char hex[8];
+      std::snprintf(hex, sizeof hex, "%s%04X", out.empty() ? "" : " ", static_cast<unsigned>(unit));
+      out += hex;
+    }
+    return out;
+  };
   const Conversion fromUtf16 = [](const std::string& hex) {
     std::u16string text;
     std::istringstream in(hex);
@@ -102,6 +92,7 @@ TEST_F(CodePageTest, EachConversion) {
   std::string all;
   for (int byte = 1; byte < 256; ++byte) all += static_cast<char>(byte);
   EXPECT_EQ(to1252(from1252(all)), all);
+  setBoundaryCodePage(saved);
 }
 
 // The environment is read once per process, so each setting is tried in a fresh child process.
