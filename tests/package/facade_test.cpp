@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <string>
 
 #include "support/paths.h"
@@ -16,7 +15,6 @@
 #include "vornleads/package/dll_string.h"
 #include "vornleads/package/envelope.h"
 #include "vornleads/package/host_directory.h"
-#include "vornleads/package/log_file.h"
 #include "vornleads/package/udm_vornleadsvw.h"
 #include "vornleads/service/leads_library.h"
 #include "vornleads/text/codepage.h"
@@ -155,19 +153,6 @@ TEST(Facade, AlteraEnderecoServico) {
   EXPECT_EQ(fachada.AlteraEnderecoServico(R"({"NovoEndereco":"http://novo:8080/soap"})"),
             envelope(202, "Erro ao registrar solicitação!"));
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
-}
-
-TEST(Facade, TheLogGoesToTheFacadeLogOfTheHostDirectory) {
-  test::TempDir home("facade-log");
-  setHostDirectory(home.path());
-  TdmVornLeadsVW().gravaLog("BuscaLeads", "{\"DNs\":\"1\"}", "Ok");
-  const std::string text = test::readFile(LogFile(kLogFachada).pathFor(Now()));
-  setHostDirectory({});
-  EXPECT_TRUE(std::regex_match(
-      text,
-      std::regex("={152}\r\n\\d\\d-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\r\n"
-                 "Função: BuscaLeads\r\n\\{\"DNs\":\"1\"\\}\r\n\r\nSituação/Erro:\r\nOk\r\n")))
-      << text;
 }
 
 // The facade's service calls against the sandbox: replies pass through as the service wrote

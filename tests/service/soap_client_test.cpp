@@ -10,7 +10,9 @@
 #include <string>
 #include <thread>
 
+#include "support/sandbox_process.h"
 #include "support/soap_test_server.h"
+#include "support/test_authority.h"
 #include "vornleads/service/invocation_registry.h"
 #include "vornleads/service/ivornleadsvw.h"
 
@@ -227,6 +229,18 @@ TEST(SoapClient, CallsWithoutAResult) {
                    0),
       0u)
       << unread;
+  // A server whose authority is not trusted is refused; named in VORNLEADS_CA_FILE, it is trusted.
+  const test::TestAuthority authority;
+  const test::SandboxProcess sandbox(
+      {}, std::chrono::seconds(30),
+      test::SandboxTls{authority.serverCert(), authority.serverKey(), authority.caFile()});
+  EXPECT_EQ(outcomeOf(sandbox.url()).rfind(kFailed + "o certificado do servidor foi recusado: ", 0),
+            0u);
+  setenv("VORNLEADS_CA_FILE", authority.caFile().c_str(), 1);
+  EXPECT_EQ(
+      outcomeOf(sandbox.url()),
+      R"(= {"Status":{"Codigo":204,"Descricao":"DN não informado","Versao":"1.0"},"Leads":[]})");
+  unsetenv("VORNLEADS_CA_FILE");
   EXPECT_EQ(enderecoSemCredenciais("https://u:p@host:1/a@b?c=@"), "https://host:1/a@b?c=@");
   EXPECT_EQ(enderecoSemCredenciais("http://host/a@b"), "http://host/a@b");
   EXPECT_EQ(enderecoSemCredenciais("u:p@host/x"), "host/x");

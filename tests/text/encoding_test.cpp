@@ -130,6 +130,7 @@ TEST(XmlCharsetTest, EachDocumentReadsAsExpected) {
       {xml + "windows-1252", declared("utf-8", latin1), "= " + declared("utf-8", "<a>ação €</a>")},
       {"", "\xEF\xBB\xBF" + declared("ISO-8859-1", ""), "= ï»¿" + declared("ISO-8859-1", "")},
       {"", "<?xml encoding=latin1?>ç", "= <?xml encoding=latin1?>ç"},  // unquoted: not read
+      {"", "<a encoding=\"latin1\">ç</a>", "= <a encoding=\"latin1\">ç</a>"},  // no declaration: not read
       {"", utf16(declared("UCS-2", text), true, true), "= " + declared("UCS-2", text)},
       {xml + "utf-16", utf16(text, false, true), "= " + text},
       {"", utf16(declared("utf-16", text), true, false), "= " + declared("utf-16", text)},
