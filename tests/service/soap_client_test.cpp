@@ -180,9 +180,9 @@ TEST(SoapClient, WhatACallPutsOnTheWire) {
 // A call that brings no result says why, naming the operation and the endpoint (never its
 // credentials). The receive time-out bounds each wait, not the whole reply.
 TEST(SoapClient, CallsWithoutAResult) {
-  SoapTestServer slow, trickling;  // one answers after 200 ms, the other 40 bytes every 100 ms
+  SoapTestServer slow, trickling;  // one answers after 100 ms, the other 40 bytes every 100 ms
   slow.answer([](const httplib::Request&, httplib::Response& response) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
     response.set_content(test::soapReply("BuscaLeads", "{}"), "text/xml");
   });
   const std::string reply = test::soapReply("BuscaLeads", "{\"lento\":true}");
@@ -202,7 +202,7 @@ TEST(SoapClient, CallsWithoutAResult) {
   };
   // clang-format off
   const Row rows[] = {
-      {slow.url(), 0, "= {}"}, {slow.url(), 300, "= {}"}, {trickling.url(), 300, "= {\"lento\":true}"},
+      {slow.url(), 0, "= {}"}, {slow.url(), 1000, "= {}"}, {trickling.url(), 300, "= {\"lento\":true}"},
       {slow.url(), 1, kFailed + "sem resposta do serviço em 1 ms"},
       {refusing, 0, kFailed + "conexão recusada"},
       {dropping.url(), 0, kFailed + "a conexão foi encerrada antes da resposta completa"},
