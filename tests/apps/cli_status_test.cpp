@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "apps/feedback_cli.h"
+#include "apps/cli.h"
 #include "support/child_process.h"
 
 namespace vornleads::test {
@@ -26,7 +26,7 @@ struct Page {
   std::string body;
 };
 
-class CliStatusTest : public FeedbackCliTest {
+class CliStatusTest : public CliTest {
  protected:
   // serve with a status server on a free port; the intervals outlast the test (one run each).
   std::unique_ptr<ChildProcess> serve() {

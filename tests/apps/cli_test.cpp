@@ -7,6 +7,7 @@
 #include "support/child_process.h"
 #include "support/fixed_clock.h"
 #include "support/soap_test_server.h"
+#include "support/test_authority.h"
 #include "vornleads/package/host_directory.h"
 #include "vornleads/package/log_file.h"
 #include "vornleads/text/codepage.h"
@@ -499,26 +500,11 @@ TEST_F(CliViewsTest, LogEntriesOfADayNewestLast) {
   EXPECT_NE(facade.err.find("logVornLeadsVWDLL_2026_03_07.txt"), std::string::npos);
 }
 
-// A throw-away authority (openssl) and a server certificate it signed for 127.0.0.1; made
-// before the fixture's sandbox, which serves it.
-struct TestAuthority {
-  TestAuthority() {
-    const std::string key = " -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes";
-    commandOutput(
-        "(cd " + dir.path().string() + " && openssl req -x509" + key +
-        " -keyout ca.key -out ca.pem -days 2 -subj '/CN=Test authority' && openssl req" + key +
-        " -keyout server.key -out server.csr -subj '/CN=Test server' && printf "
-        "'subjectAltName=IP:127.0.0.1\\nbasicConstraints=CA:FALSE\\nextendedKeyUsage="
-        "serverAuth\\n' >server.ext && openssl x509 -req -in server.csr -CA ca.pem -CAkey "
-        "ca.key -CAcreateserial -days 2 -extfile server.ext -out server.pem)");
-  }
-  TempDir dir{"vornleads-authority"};
-};
-
+// The authority is made before the fixture's sandbox, which serves its certificate.
 class CliTlsTest : public TestAuthority, public CliTest {
  protected:
-  CliTlsTest() : CliTest(SandboxTls{dir / "server.pem", dir / "server.key", dir / "ca.pem"}) {
-    environment_ = "VORNLEADS_CA_FILE=" + (dir / "ca.pem").string();
+  CliTlsTest() : CliTest(SandboxTls{serverCert(), serverKey(), caFile()}) {
+    environment_ = "VORNLEADS_CA_FILE=" + caFile().string();
   }
 };
 
