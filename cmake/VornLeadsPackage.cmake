@@ -69,7 +69,7 @@ CMake package, and the configuration file /etc/vornleads/vornleads.conf.")
 # loaded at run time by the client library, so it is named here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "adduser, firebird3.0-server-core, libsystemd0")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "adduser, firebird3.0-server-core")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "firebird3.0-utils")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
