@@ -1,0 +1,78 @@
+// What the data suite's tests share: a scratch Firebird database per suite, the recording
+// connection's vocabulary and the lead's date.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/firebird_db.h"
+#include "support/recording_connection.h"
+#include "vornleads/error.h"
+#include "vornleads/text/datetime.h"
+
+namespace vornleads::test {
+
+using Statements = std::vector<std::string>;
+// Scripted answers of a recording connection: statement prefix and rows, in order.
+using Answers = std::vector<std::pair<std::string, SqlRowSet>>;
+
+inline TDateTime leadDate() { return EncodeDateTime({2024, 3, 5, 14, 7, 9, 0}); }
+
+inline SqlRowSet numero(int64_t value) {
+  return singleValue("PROXIMO_NUMERO", SqlValue::integer(value));
+}
+
+inline void script(RecordingConnection& connection, const Answers& answers) {
+  for (const auto& [prefix, rows] : answers) connection.respond(prefix, rows);
+}
+
+// The message of the VornError `call` raises, or "no error".
+template <typename Call>
+std::string errorOf(Call&& call) {
+  try {
+    call();
+  } catch (const VornError& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+// isql's output with every run of blanks and line ends made one blank, trimmed.
+inline std::string collapsed(const std::string& text) {
+  std::string result;
+  for (char ch : text) {
+    if (ch == ' ' || ch == '\n' || ch == '\r' || ch == '\t') {
+      if (!result.empty() && result.back() != ' ') result += ' ';
+    } else {
+      result += ch;
+    }
+  }
+  if (!result.empty() && result.back() == ' ') result.pop_back();
+  return result;
+}
+
+// One scratch database per suite (creating one costs about a second); each test gets a
+// connection of its own, inside a transaction that is rolled back when `inTransaction`.
+template <bool Sample, bool InTransaction>
+class FirebirdSuite : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { db_ = std::make_unique<TestDatabase>(Sample); }
+  static void TearDownTestSuite() { db_.reset(); }
+  void SetUp() override {
+    connection_ = db_->connect();
+    if (InTransaction) connection_->beginTransaction();
+  }
+  void TearDown() override {
+    if (connection_->inTransaction()) connection_->rollback();
+  }
+  int64_t count(const std::string& sql) { return connection_->query(sql).rows.at(0).at(0).asInteger(); }
+
+  static inline std::unique_ptr<TestDatabase> db_;
+  std::unique_ptr<SqlConnection> connection_;
+};
+
+}  // namespace vornleads::test
