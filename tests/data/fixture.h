@@ -55,6 +55,19 @@ inline std::string collapsed(const std::string& text) {
   return result;
 }
 
+// The named columns (blank-separated) of the first row, joined with "|", "-" for NULL.
+inline std::string linha(const SqlRowSet& rows, const std::string& columns) {
+  std::string text;
+  for (size_t start = 0; start <= columns.size();) {
+    size_t end = columns.find(' ', start);
+    if (end == std::string::npos) end = columns.size();
+    const SqlValue& value = rows.value(0, columns.substr(start, end - start));
+    text += (start == 0 ? "" : "|") + (value.isNull() ? "-" : value.asString());
+    start = end + 1;
+  }
+  return text;
+}
+
 // One scratch database per suite (creating one costs about a second); each test gets a
 // connection of its own, inside a transaction that is rolled back when `inTransaction`.
 template <bool Sample, bool InTransaction>
