@@ -18,9 +18,10 @@ using test::Statements;
 const char* const kJournal = "CAC_ATUALIZACOES_LEADVW";
 
 SqlRowSet journalRows() {
-  return {{"ID_LEAD_VW", "SEQUENCIA", "ENVIOU", "CODIGO_ERRO", "DESCRICAO_ERRO", "DTA_ATUALIZACAO"},
-          {{SqlValue::integer(555), SqlValue::integer(2), SqlValue::text("N"),
-            SqlValue::integer(297), SqlValue::text("Atualização em processo de envio"), SqlValue()}}};
+  return {
+      {"ID_LEAD_VW", "SEQUENCIA", "ENVIOU", "CODIGO_ERRO", "DESCRICAO_ERRO", "DTA_ATUALIZACAO"},
+      {{SqlValue::integer(555), SqlValue::integer(2), SqlValue::text("N"), SqlValue::integer(297),
+        SqlValue::text("Atualização em processo de envio"), SqlValue()}}};
 }
 
 TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalKey) {
@@ -83,7 +84,8 @@ TEST(TClientDataSet, UpdatesNeedAKeyAndARowToUpdate) {
   };
   const Caso casos[] = {
       {{}, 1, "Table CAC_ATUALIZACOES_LEADVW has no primary key: its rows cannot be updated"},
-      {{"ID_LEAD_VW", "USUARIO"}, 1,
+      {{"ID_LEAD_VW", "USUARIO"},
+       1,
        "The dataset of CAC_ATUALIZACOES_LEADVW does not hold its key column USUARIO: the row "
        "cannot be updated"},
       {{"ID_LEAD_VW", "SEQUENCIA"}, 0, "Record not found or changed by another user"}};
@@ -174,7 +176,8 @@ TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
   conexao.executaDML("DELETE FROM VEI_MODELO WHERE DES_MODELO = 'GOL'");
   EXPECT_EQ("", conexao.executaSQLString("SELECT MODELO FROM VEI_MODELO WHERE DES_MODELO = 'GOL'"));
   conexao.rollbackTransacao();
-  EXPECT_EQ("1001", conexao.executaSQLString("SELECT MODELO FROM VEI_MODELO WHERE DES_MODELO = 'GOL'"));
+  EXPECT_EQ("1001",
+            conexao.executaSQLString("SELECT MODELO FROM VEI_MODELO WHERE DES_MODELO = 'GOL'"));
   EXPECT_THROW(conexao.comitaTransacao(), VornError);
 }
 
@@ -200,14 +203,17 @@ TEST_F(OnFirebird, EditAndAppendJoinTheCallersTransaction) {
   parametro->Post();
   const std::string journalRow = "FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = 777";
   EXPECT_EQ("S", conexao.executaSQLString("SELECT ENVIOU " + journalRow));
-  EXPECT_EQ("05/03/2024 14:07:09", conexao.executaSQLString("SELECT DTA_ATUALIZACAO " + journalRow));
+  EXPECT_EQ("05/03/2024 14:07:09",
+            conexao.executaSQLString("SELECT DTA_ATUALIZACAO " + journalRow));
   EXPECT_EQ(-1, outra.executaSQLInteger("SELECT SEQUENCIA " + journalRow));
   conexao.rollbackTransacao();
   EXPECT_EQ(-1, conexao.executaSQLInteger("SELECT SEQUENCIA " + journalRow));
-  EXPECT_EQ("12,15", outra.executaSQLString("SELECT USUARIOS_NOTIF_CONTATO_VEI FROM CAC_PARAMETRO"));
+  EXPECT_EQ("12,15",
+            outra.executaSQLString("SELECT USUARIOS_NOTIF_CONTATO_VEI FROM CAC_PARAMETRO"));
   // The same edit, committed, is what the other connection sees.
   conexao.iniciaTransacao();
-  auto again = conexao.RetornaDataset("SELECT * FROM CAC_PARAMETRO WHERE EMPRESA = 1", "CAC_PARAMETRO");
+  auto again =
+      conexao.RetornaDataset("SELECT * FROM CAC_PARAMETRO WHERE EMPRESA = 1", "CAC_PARAMETRO");
   again->Edit();
   again->SetField("ORIGEM_TRAFEGO_LEADVW", SqlValue::integer(8));
   again->Post();
@@ -223,16 +229,19 @@ TEST_F(OnFirebird, EditOfAnEmptyDatasetInsertsAndARefusedPostKeepsTheRow) {
   novo->SetField("USUARIO", SqlValue::integer(99));
   novo->SetField("NOME", SqlValue::text("JOSÉ D'ÁVILA"));
   novo->Post();
-  EXPECT_EQ("JOSÉ D'ÁVILA", conexao.executaSQLString("SELECT NOME FROM GER_USUARIO WHERE USUARIO = 99"));
+  EXPECT_EQ("JOSÉ D'ÁVILA",
+            conexao.executaSQLString("SELECT NOME FROM GER_USUARIO WHERE USUARIO = 99"));
 
-  auto dataset = conexao.RetornaDataset("SELECT * FROM GER_USUARIO WHERE USUARIO = 12", "GER_USUARIO");
+  auto dataset =
+      conexao.RetornaDataset("SELECT * FROM GER_USUARIO WHERE USUARIO = 12", "GER_USUARIO");
   dataset->Edit();
   dataset->SetField("LOGIN", SqlValue::text(std::string(61, 'x')));  // LOGIN is VARCHAR(60)
   EXPECT_THROW(dataset->Post(), DatabaseError);
   EXPECT_EQ(TClientDataSet::State::Edit, dataset->state());
   dataset->SetField("LOGIN", SqlValue::text("CARLOS2"));
   dataset->Post();
-  EXPECT_EQ("CARLOS2", conexao.executaSQLString("SELECT LOGIN FROM GER_USUARIO WHERE USUARIO = 12"));
+  EXPECT_EQ("CARLOS2",
+            conexao.executaSQLString("SELECT LOGIN FROM GER_USUARIO WHERE USUARIO = 12"));
 }
 
 }  // namespace

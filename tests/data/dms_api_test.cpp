@@ -43,21 +43,24 @@ std::string invertida(const std::string& text) { return std::string(text.rbegin(
 TEST(DmsApi, RequestCarriesTheDealershipAddressAndTheUsersCredentials) {
   ServidorApi api;
   httplib::Request recebida;
-  api.server().Post("/VornDMS/api/VornDMS/clientes/10", [&](const httplib::Request& req, httplib::Response& res) {
-    recebida = req;
-    res.set_content("{\"ok\":true}", "application/json");
-  });
+  api.server().Post("/VornDMS/api/VornDMS/clientes/10",
+                    [&](const httplib::Request& req, httplib::Response& res) {
+                      recebida = req;
+                      res.set_content("{\"ok\":true}", "application/json");
+                    });
   test::TestDatabase db(false);
   auto connection = db.connect();
   connection->execute("insert into GER_REVENDA (EMPRESA, REVENDA, URL_VORN_DMS) values (1, 2, '" +
                       api.base() + "/VornDMSPrincipal/api/VornDMSPrincipal')");
-  connection->execute("insert into GER_USUARIO (USUARIO, LOGIN, SENHA) values (12, 'joao', '321aterces')");
+  connection->execute(
+      "insert into GER_USUARIO (USUARIO, LOGIN, SENHA) values (12, 'joao', '321aterces')");
   EXPECT_EQ("abc", DeCript("abc"));  // until the host installs its cipher
   setDeCript(invertida);             // stored passwords are kept reversed in this test
   TdmGeral dm(*connection);
   EXPECT_EQ(api.base() + "/VornDMS/api/VornDMS", dm.ObterUrlApiVornDMS(1, 2));
   EXPECT_EQ("", dm.ObterUrlApiVornDMS(1, 1));
-  EXPECT_EQ("{\"ok\":true}", dm.RequisicaoVornDMS("POST", "/clientes/10", "{\"nome\":\"ANA\"}", 1, 2, 12));
+  EXPECT_EQ("{\"ok\":true}",
+            dm.RequisicaoVornDMS("POST", "/clientes/10", "{\"nome\":\"ANA\"}", 1, 2, 12));
   EXPECT_EQ("{\"nome\":\"ANA\"}", recebida.body);
   EXPECT_EQ("application/json; charset=utf-8", recebida.get_header_value("Content-Type"));
   EXPECT_EQ("12", recebida.get_header_value("X-VornDMS-Usuario"));
@@ -90,21 +93,25 @@ TEST(DmsApi, BodiesErrorsTimeOutsAndRefusedConnections) {
     res.set_content("tarde", "text/plain");
   });
   std::istringstream stream(std::string("PDF\0bin", 7));
-  EXPECT_EQ("", RequisicaoVornDMSUtils(api.base(), "PUT", "arquivo", "{\"x\":1}", "u", "p", 1, &stream));
+  EXPECT_EQ(
+      "", RequisicaoVornDMSUtils(api.base(), "PUT", "arquivo", "{\"x\":1}", "u", "p", 1, &stream));
   EXPECT_EQ(std::string("PDF\0bin", 7), corpo);
   EXPECT_EQ("application/octet-stream", tipo);
   // Without a login nothing is authenticated.
-  EXPECT_EQ("anon", RequisicaoVornDMSUtils(api.base() + "//", "DELETE", "/arquivo", "", "", "", 1, nullptr));
+  EXPECT_EQ("anon", RequisicaoVornDMSUtils(api.base() + "//", "DELETE", "/arquivo", "", "", "", 1,
+                                           nullptr));
   const std::string prefixo = "Requisição à API do VornDMS (" + api.base();
   EXPECT_EQ(prefixo + "/api/estoque): GET respondido com HTTP 500\r\nfalha interna " +
                 std::string(300 - 14, 'x') + "...",
             test::errorOf([&] {
-              RequisicaoVornDMSUtils(api.base() + "/api/", "GET", "estoque", "", "joao", "s", 12, nullptr);
+              RequisicaoVornDMSUtils(api.base() + "/api/", "GET", "estoque", "", "joao", "s", 12,
+                                     nullptr);
             }));
   setDmsApiTimeouts({1000, 300});
   const auto inicio = std::chrono::steady_clock::now();
-  EXPECT_EQ(prefixo + "/lento): tempo esgotado (conexão 1000 ms, total 300 ms)",
-            test::errorOf([&] { RequisicaoVornDMSUtils(api.base(), "GET", "lento", "", "", "", 1, nullptr); }));
+  EXPECT_EQ(prefixo + "/lento): tempo esgotado (conexão 1000 ms, total 300 ms)", test::errorOf([&] {
+              RequisicaoVornDMSUtils(api.base(), "GET", "lento", "", "", "", 1, nullptr);
+            }));
   EXPECT_LT(std::chrono::steady_clock::now() - inicio, std::chrono::milliseconds(1200));
   setDmsApiTimeouts({});
   std::string fechado;
@@ -112,8 +119,9 @@ TEST(DmsApi, BodiesErrorsTimeOutsAndRefusedConnections) {
     ServidorApi encerrado;
     fechado = encerrado.base();
   }
-  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada",
-            test::errorOf([&] { RequisicaoVornDMSUtils(fechado, "GET", "", "", "", "", 1, nullptr); }));
+  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada", test::errorOf([&] {
+              RequisicaoVornDMSUtils(fechado, "GET", "", "", "", "", 1, nullptr);
+            }));
 }
 
 }  // namespace

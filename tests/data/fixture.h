@@ -41,6 +41,16 @@ std::string errorOf(Call&& call) {
   return "no error";
 }
 
+// What `call` returns, as text, or the message of the VornError it raises.
+template <typename Call>
+std::string outcome(Call&& call) {
+  try {
+    return std::to_string(call());
+  } catch (const VornError& error) {
+    return error.what();
+  }
+}
+
 // isql's output with every run of blanks and line ends made one blank, trimmed.
 inline std::string collapsed(const std::string& text) {
   std::string result;
@@ -82,7 +92,9 @@ class FirebirdSuite : public ::testing::Test {
   void TearDown() override {
     if (connection_->inTransaction()) connection_->rollback();
   }
-  int64_t count(const std::string& sql) { return connection_->query(sql).rows.at(0).at(0).asInteger(); }
+  int64_t count(const std::string& sql) {
+    return connection_->query(sql).rows.at(0).at(0).asInteger();
+  }
 
   static inline std::unique_ptr<TestDatabase> db_;
   std::unique_ptr<SqlConnection> connection_;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <numeric>
 #include <string>
 #include <thread>
 
@@ -19,6 +20,7 @@ namespace {
 using test::numero;
 using test::RecordingConnection;
 using test::singleValue;
+const char* const kVersao = "select SERVERPROPERTY('productversion') VERSAO";
 using test::Statements;
 
 class RecordingRemote : public RemoteServerConnection {
@@ -34,29 +36,28 @@ class RecordingRemote : public RemoteServerConnection {
   std::string refuse;  // statements containing this text are answered false
 };
 
-std::string where(const std::string& numerador, const std::string& tabela, int revenda = 1) {
-  return " where EMPRESA   = 1 and   REVENDA   = " + std::to_string(revenda) +
-         " and   NUMERADOR = '" + numerador + "' and   TABELA    = '" + tabela + "'";
+std::string where(const std::string& numerador, const std::string& tabela) {
+  return " where EMPRESA   = 1 and   REVENDA   = 1 and   NUMERADOR = '" + numerador +
+         "' and   TABELA    = '" + tabela + "'";
 }
-const std::string kVersao = "select SERVERPROPERTY('productversion') VERSAO";
 const std::string kLer = "select PROXIMO_NUMERO from GER_NUMERADOR";
-std::string avanca(int quantidade) {
-  return "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + " + std::to_string(quantidade);
-}
 std::string cria(const std::string& nome, int inicio) {
   return "create sequence " + nome + " minvalue 1 maxvalue 999999999 start with " +
          std::to_string(inicio) + " increment by 1 cache 20";
 }
-std::string proximoOra(const std::string& nome) {
+std::string ora(const std::string& nome) {
   return "select " + nome + ".nextval PROXIMO_NUMERO from dual";
 }
-std::string proximoSql(const std::string& nome) { return "select next value for " + nome + " PROXIMO_NUMERO"; }
-SqlRowSet versao(const char* text) { return singleValue("VERSAO", SqlValue::text(text)); }
+std::string sql(const std::string& nome) {
+  return "select next value for " + nome + " PROXIMO_NUMERO";
+}
+SqlRowSet texto(const char* column, const char* text) {
+  return singleValue(column, SqlValue::text(text));
+}
 
 TEST(Numeracao, StatementByStatementOnOracleSqlServerAndTheApplicationServer) {
   struct Caso {
-    const char* nome;
-    const char* driver;
+    const char *nome, *driver;
     test::Answers respostas;
     std::string tabela, numerador;
     int quantidade;
@@ -68,94 +69,72 @@ TEST(Numeracao, StatementByStatementOnOracleSqlServerAndTheApplicationServer) {
     std::string recusa = {};
   };
   const std::string ordem = " where EMPRESA  = 1 and   REVENDA  = 1 and   NRO_OS   = 12";
-  const std::string contato = " where EMPRESA   = 1 and   REVENDA   = 1 and   TABELA    = 'CAC_CONTATO'";
+  const std::string seqContato =
+      "select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'CAC_CONTATOE1R1'";
+  const std::string contato = kLer +
+                              " where EMPRESA   = 1 and   REVENDA   = 1 and   TABELA    = "
+                              "'CAC_CONTATO'";
+  const std::string orcamento = where("ORCAMENTO", "OFI_ORCAMENTO");
+  const std::string insert = "insert into GER_NUMERADOR values (1,1,'ORCAMENTO','OFI_ORCAMENTO',2)";
+  const SqlRowSet x = texto("SEQUENCE_NAME", "X");
+  // clang-format off
   const Caso casos[] = {
-      {"new Oracle sequence starts above the counter and runs one ahead", "ORACLE",
-       {{"select SEQUENCE_NAME", {}}, {kLer, numero(100)}, {"select CAC_CONTATOE1R1", numero(101)},
-        {"select CAC_CONTATOE1R1", numero(102)}},
+      {"new Oracle sequence: above the counter, one ahead", "ORACLE",
+       {{"select SEQUENCE_NAME", {}}, {kLer, numero(100)}, {"select CAC", numero(101)},
+        {"select CAC", numero(102)}},
        "CAC_CONTATO", "CONTATO", 1, true, "101",
-       {"select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'CAC_CONTATOE1R1'",
-        kLer + contato, cria("CAC_CONTATOE1R1", 101), proximoOra("CAC_CONTATOE1R1"),
-        proximoOra("CAC_CONTATOE1R1")}},
+       {seqContato, contato, cria("CAC_CONTATOE1R1", 101), ora("CAC_CONTATOE1R1"),
+        ora("CAC_CONTATOE1R1")}},
       {"existing Oracle sequence: last drawn minus the block", "ORACLE",
-       {{"select SEQUENCE_NAME", singleValue("SEQUENCE_NAME", SqlValue::text("X"))},
-        {"select GER_LOG", numero(10)}, {"select GER_LOG", numero(11)}, {"select GER_LOG", numero(12)}},
+       {{"select SEQUENCE_NAME", x}, {"select GER", numero(10)}, {"select GER", numero(11)},
+        {"select GER", numero(12)}},
        "GER_LOG_CADASTROS", "LOG", 3, true, "9",
        {"select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'GER_LOG_CADASTROSE1R1'",
-        proximoOra("GER_LOG_CADASTROSE1R1"), proximoOra("GER_LOG_CADASTROSE1R1"),
-        proximoOra("GER_LOG_CADASTROSE1R1")}},
-      {"new sequence without a counter row starts at 1", "ORACLE", {}, "GER_OPERACAO", "OPERACAO",
-       1, false, "1",
-       {"select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'GER_OPERACAOE1R1'",
-        kLer + where("OPERACAO", "GER_OPERACAO"), cria("GER_OPERACAOE1R1", 1),
-        proximoOra("GER_OPERACAOE1R1"), proximoOra("GER_OPERACAOE1R1")}},
-      {"drawing nothing from a sequence is field not found", "ORACLE",
-       {{"select SEQUENCE_NAME", singleValue("SEQUENCE_NAME", SqlValue::text("X"))}}, "CAC_CONTATO",
-       "CONTATO", 0, true, "Field 'PROXIMO_NUMERO' not found",
-       {"select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'CAC_CONTATOE1R1'"}},
+        ora("GER_LOG_CADASTROSE1R1"), ora("GER_LOG_CADASTROSE1R1"), ora("GER_LOG_CADASTROSE1R1")}},
+      {"drawing nothing from a sequence", "ORACLE", {{"select SEQUENCE_NAME", x}},
+       "CAC_CONTATO", "CONTATO", 0, true, "Field 'PROXIMO_NUMERO' not found", {seqContato}},
       {"other Oracle tables: the counter table on the second attachment", "ORACLE",
-       {{kLer + " where", numero(40)}, {kLer + "  where", numero(41)}}, "FAT_CLIENTE", "CLIENTE", 1,
-       true, "40",
-       {kLer + where("CLIENTE", "FAT_CLIENTE"), "BEGIN*", avanca(1) + where("CLIENTE", "FAT_CLIENTE"),
+       {{kLer + " where", numero(40)}, {kLer + "  where", numero(41)}}, "FAT_CLIENTE", "CLIENTE",
+       1, true, "40",
+       {kLer + where("CLIENTE", "FAT_CLIENTE"), "BEGIN*",
+        "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + 1" +
+            where("CLIENTE", "FAT_CLIENTE"),
         kLer + " " + where("CLIENTE", "FAT_CLIENTE"), "COMMIT*"}},
-      {"SQL Server 10 counts contacts in the table", "MSSQL",
-       {{"select SERVERPROPERTY", versao("10.50.1600.1")}, {kLer + " where", numero(7)},
-        {kLer + "  where", numero(8)}},
-       "CAC_CONTATO", "CONTATO", 1, true, "7",
-       {kVersao, kLer + where("CONTATO", "CAC_CONTATO"), "BEGIN*",
-        avanca(1) + where("CONTATO", "CAC_CONTATO"), kLer + " " + where("CONTATO", "CAC_CONTATO"),
-        "COMMIT*"}},
       {"SQL Server 11 uses sequences", "MSSQL",
-       {{"select SERVERPROPERTY", versao("11.0.2100.60")},
-        {"select NAME", singleValue("NAME", SqlValue::text("CAC_CONTATOE1R1"))},
-        {"select next value for", numero(57)}},
+       {{"select SERVER", texto("VERSAO", "11.0.2100.60")}, {"select NAME", x},
+        {"select next", numero(57)}},
        "CAC_CONTATO", "CONTATO", 1, true, "56",
        {kVersao, "select NAME from SYS.SEQUENCES where NAME = 'CAC_CONTATOE1R1'",
-        proximoSql("CAC_CONTATOE1R1")}},
+        sql("CAC_CONTATOE1R1")}},
       {"new sequence on SQL Server 15", "DevartSQLServer",
-       {{"select SERVERPROPERTY", versao("15.0.2000.5")}, {kLer, numero(9)}}, "GER_OPERACAO",
-       "OPERACAO", 1, true, "10",
+       {{"select SERVER", texto("VERSAO", "15.0.2000.5")}, {kLer, numero(9)}},
+       "GER_OPERACAO", "OPERACAO", 1, true, "10",
        {kVersao, "select NAME from SYS.SEQUENCES where NAME = 'GER_OPERACAOE1R1'",
         kLer + where("OPERACAO", "GER_OPERACAO"), cria("GER_OPERACAOE1R1", 10),
-        proximoSql("GER_OPERACAOE1R1"), proximoSql("GER_OPERACAOE1R1")}},
-      {"service order counters read the version first", "MSSQL",
-       {{"select SERVERPROPERTY", versao("14.0.1000.169")},
-        {"select PROXIMO_SERVICO", singleValue("PROXIMO_SERVICO", SqlValue::integer(3))},
-        {"select PROXIMO_SERVICO", singleValue("PROXIMO_SERVICO", SqlValue::integer(4))}},
-       "OFI_SERVICO_OS", "12", 5, true, "3",
-       {kVersao, "select PROXIMO_SERVICO from OFI_ORDEM_SERVICO" + ordem,
-        "update OFI_ORDEM_SERVICO set    PROXIMO_SERVICO = PROXIMO_SERVICO + 1" + ordem,
-        "select PROXIMO_SERVICO from OFI_ORDEM_SERVICO" + ordem}},
+        sql("GER_OPERACAOE1R1"), sql("GER_OPERACAOE1R1")}},
       {"remote: the counter update and its transaction run on the server", "Firebird",
-       {{kLer + " where", numero(20)}, {kLer + "  where", numero(22)}}, "OFI_ORCAMENTO", "ORCAMENTO",
-       2, true, "20",
-       {kLer + where("ORCAMENTO", "OFI_ORCAMENTO"), kLer + " " + where("ORCAMENTO", "OFI_ORCAMENTO")},
-       true,
-       {"IniciaTransacao", avanca(2) + where("ORCAMENTO", "OFI_ORCAMENTO"), "ComitaTransacao"}},
+       {{kLer + " where", numero(20)}, {kLer + "  where", numero(22)}},
+       "OFI_ORCAMENTO", "ORCAMENTO", 2, true, "20", {kLer + orcamento, kLer + " " + orcamento},
+       true, {"IniciaTransacao",
+              "update GER_NUMERADOR set PROXIMO_NUMERO = PROXIMO_NUMERO + 2" + orcamento,
+              "ComitaTransacao"}},
       {"remote: a refused statement rolls the server's transaction back", "Firebird", {},
        "OFI_ORCAMENTO", "ORCAMENTO", 1, true,
-       "O servidor de aplicação não executou o comando:\r\ninsert into GER_NUMERADOR values "
-       "(1,1,'ORCAMENTO','OFI_ORCAMENTO',2)",
-       {kLer + where("ORCAMENTO", "OFI_ORCAMENTO")}, true,
-       {"IniciaTransacao", "insert into GER_NUMERADOR values (1,1,'ORCAMENTO','OFI_ORCAMENTO',2)",
-        "RollbackTransacao"},
-       "insert"},
-      {"remote without its own transaction: only the statement", "Firebird", {}, "OFI_ORCAMENTO",
-       "ORCAMENTO", 1, false, "1", {kLer + where("ORCAMENTO", "OFI_ORCAMENTO")}, true,
-       {"insert into GER_NUMERADOR values (1,1,'ORCAMENTO','OFI_ORCAMENTO',2)"}},
-      {"remote: sequence creation goes to the server", "ORACLE", {}, "CAC_CONTATO", "CONTATO", 1,
-       true, "1",
-       {"select SEQUENCE_NAME from USER_SEQUENCES where SEQUENCE_NAME = 'CAC_CONTATOE1R1'",
-        kLer + contato, proximoOra("CAC_CONTATOE1R1"), proximoOra("CAC_CONTATOE1R1")},
+       "O servidor de aplicação não executou o comando:\r\n" + insert, {kLer + orcamento},
+       true, {"IniciaTransacao", insert, "RollbackTransacao"}, "insert"},
+      {"remote without its own transaction: only the statement", "Firebird", {},
+       "OFI_ORCAMENTO", "ORCAMENTO", 1, false, "1", {kLer + orcamento}, true, {insert}},
+      {"remote: the sequence is created on the server", "ORACLE", {}, "CAC_CONTATO", "CONTATO",
+       1, true, "1", {seqContato, contato, ora("CAC_CONTATOE1R1"), ora("CAC_CONTATOE1R1")},
        true, {cria("CAC_CONTATOE1R1", 1)}},
-      {"remote: the service order update goes to the server", "ORACLE",
-       {{"select PROXIMA_PECA", singleValue("PROXIMA_PECA", SqlValue::integer(5))},
-        {"select PROXIMA_PECA", singleValue("PROXIMA_PECA", SqlValue::integer(6))}},
+      {"remote: the service order is updated on the server", "ORACLE",
+       {{"select", texto("PROXIMA_PECA", "5")}, {"select", texto("PROXIMA_PECA", "6")}},
        "OFI_PECA_OS", "12", 1, true, "5",
        {"select PROXIMA_PECA from OFI_ORDEM_SERVICO" + ordem,
         "select PROXIMA_PECA from OFI_ORDEM_SERVICO" + ordem},
        true, {"update OFI_ORDEM_SERVICO set    PROXIMA_PECA = PROXIMA_PECA + 1" + ordem}},
   };
+  // clang-format on
   for (const Caso& c : casos) {
     SCOPED_TRACE(c.nome);
     auto remote = std::make_shared<RecordingRemote>();
@@ -163,15 +142,9 @@ TEST(Numeracao, StatementByStatementOnOracleSqlServerAndTheApplicationServer) {
     if (c.remoto) setHostSettings({"DATASNAP", "servidor-aplicacao", remote});
     RecordingConnection connection(c.driver);
     test::script(connection, c.respostas);
-    std::string resultado;
-    try {
-      resultado = std::to_string(
-          BuscaProximoNumero(connection, 1, 1, c.tabela, c.numerador, c.quantidade, c.transacao));
-    } catch (const DatabaseError& error) {
-      resultado = "DatabaseError " + std::string(error.what());
-    } catch (const VornError& error) {
-      resultado = error.what();
-    }
+    const std::string resultado = test::outcome([&] {
+      return BuscaProximoNumero(connection, 1, 1, c.tabela, c.numerador, c.quantidade, c.transacao);
+    });
     setHostSettings({});
     EXPECT_EQ(c.esperado, resultado);
     EXPECT_EQ(c.sql, connection.statements());
@@ -185,8 +158,8 @@ TEST(Numeracao, FailuresAndSqlServerVersions) {
   RecordingConnection oracle("ORACLE");
   oracle.failOn("create sequence", "ORA-01031: insufficient privileges");
   EXPECT_THROW(BuscaProximoNumero(oracle, 1, 1, "CAC_CONTATO", "CONTATO", 1, true), DatabaseError);
-  EXPECT_EQ(3u, oracle.statements().size());  // nothing drawn after the failure
-  setHostSettings({"DATASNAP", "", nullptr});
+  EXPECT_EQ(3u, oracle.statements().size());   // nothing drawn after the failure
+  setHostSettings({"DATASNAP", "", nullptr});  // remote mode without a server connection
   RecordingConnection local("Firebird");
   EXPECT_THROW(BuscaProximoNumero(local, 1, 1, "OFI_ORCAMENTO", "ORCAMENTO", 1, true), VornError);
   setHostSettings({});
@@ -194,44 +167,40 @@ TEST(Numeracao, FailuresAndSqlServerVersions) {
   EXPECT_FALSE(modoRemoto({"datasnap", "", nullptr}));
 
   RecordingConnection mssql("MSSQL");
-  for (const char* text : {"12.0.2000.8", "16", "-3.1", "1234567890.1"}) {
-    mssql.respond("select SERVERPROPERTY", versao(text));
+  for (const char* v : {"12.0.2000.8", "16", "-3.1", "1234567890.1", "x.1", "+.1", "1a.0"}) {
+    mssql.respond("select SERVERPROPERTY", texto("VERSAO", v));
   }
   EXPECT_EQ(12, VersaoSqlServer(mssql, "SQLSERVER"));
   EXPECT_EQ(-1, VersaoSqlServer(mssql, "SQLSERVER"));  // no "."
   EXPECT_EQ(-3, VersaoSqlServer(mssql, "SQLSERVER"));
-  EXPECT_THROW(VersaoSqlServer(mssql, "SQLSERVER"), ConversionError);  // ten digits
+  for (int i = 0; i < 4; ++i) EXPECT_THROW(VersaoSqlServer(mssql, "SQLSERVER"), ConversionError);
   EXPECT_EQ(-1, VersaoSqlServer(mssql, "SQLSERVER"));  // no row
-  for (const char* text : {"x.1", "+.1", "1a.0"}) {
-    mssql.respond("select SERVERPROPERTY", versao(text));
-    EXPECT_THROW(VersaoSqlServer(mssql, "SQLSERVER"), ConversionError) << text;
-  }
-  EXPECT_EQ(-1, VersaoSqlServer(mssql, "ORACLE"));  // other dialects never ask
+  EXPECT_EQ(-1, VersaoSqlServer(mssql, "ORACLE"));     // other dialects never ask
   EXPECT_EQ(8u, mssql.statements().size());
 }
 
 class NumeracaoFirebird : public test::FirebirdSuite<false, false> {
  protected:
   // PROXIMO_NUMERO as committed, read on a connection of its own; -1 without a row.
-  static int64_t committed(int revenda, const std::string& numerador, const std::string& tabela,
-                           int empresa) {
+  static int64_t committed(int empresa, int revenda, const std::string& numerador) {
     SqlRowSet rows = db_->connect()->query(
         "select PROXIMO_NUMERO from GER_NUMERADOR where EMPRESA = " + std::to_string(empresa) +
-        " and REVENDA = " + std::to_string(revenda) + " and NUMERADOR = '" + numerador +
-        "' and TABELA = '" + tabela + "'");
+        " and REVENDA = " + std::to_string(revenda) + " and NUMERADOR = '" + numerador + "'");
     return rows.empty() ? -1 : rows.value(0, "PROXIMO_NUMERO").asInteger();
   }
-  int32_t draw(int empresa, int revenda, const char* tabela, const std::string& numerador, int quantidade,
-               bool transacao = true) {
-    return BuscaProximoNumero(*connection_, empresa, revenda, tabela, numerador, quantidade, transacao);
+  int32_t draw(int empresa, int revenda, const char* tabela, const std::string& numerador,
+               int quantidade, bool transacao = true) {
+    return BuscaProximoNumero(*connection_, empresa, revenda, tabela, numerador, quantidade,
+                              transacao);
   }
 };
 
 TEST_F(NumeracaoFirebird, CounterRowsBlocksBatchesAndServiceOrders) {
   connection_->execute("insert into GER_NUMERADOR values (2,1,'NOTA','FAT_NOTA',10)");
   connection_->execute("insert into GER_NUMERADOR values (3,1,'LOTE','FAT_NFSE',50)");
-  connection_->execute("insert into OFI_ORDEM_SERVICO (EMPRESA, REVENDA, NRO_OS, PROXIMA_PECA, "
-                       "PROXIMO_SERVICO) values (1, 1, 900, 5, 20)");
+  connection_->execute(
+      "insert into OFI_ORDEM_SERVICO (EMPRESA, REVENDA, NRO_OS, PROXIMA_PECA, "
+      "PROXIMO_SERVICO) values (1, 1, 900, 5, 20)");
   struct Caso {
     int empresa, revenda;
     const char *tabela, *numerador;
@@ -243,23 +212,22 @@ TEST_F(NumeracaoFirebird, CounterRowsBlocksBatchesAndServiceOrders) {
       {2, 1, "FAT_NOTA", "NOTA", 1, 10, 11},
       {2, 1, "FAT_NOTA", "NOTA", 5, 11, 16},
       {2, 1, "CAC_CONTATO", "CONTATO", 1, 1, 2},  // no sequences on Firebird
-      {3, 4, "FAT_NFSE", "LOTE", 2, 50, 52},     // a new branch continues branch 1's batches
+      {3, 4, "FAT_NFSE", "LOTE", 2, 50, 52},      // a new branch continues branch 1's batches
       {3, 4, "FAT_NFSE", "LOTE", 1, 52, 53},
       {4, 2, "FAT_NFSE", "LOTE", 3, 1, 4},
       {3, 4, "FAT_NFSE", "NUMERO", 2, 2, 3}};
   for (const Caso& c : casos) {
-    EXPECT_EQ(c.esperado, draw(c.empresa, c.revenda, c.tabela, c.numerador, c.quantidade)) << c.tabela;
-    EXPECT_EQ(c.guardado, committed(c.revenda, c.numerador, c.tabela, c.empresa)) << c.tabela;
+    EXPECT_EQ(c.esperado, draw(c.empresa, c.revenda, c.tabela, c.numerador, c.quantidade));
+    EXPECT_EQ(c.guardado, committed(c.empresa, c.revenda, c.numerador)) << c.tabela;
   }
-  EXPECT_EQ(50, committed(1, "LOTE", "FAT_NFSE", 3));  // branch 1 is not advanced
-  EXPECT_EQ(-1, committed(1, "LOTE", "FAT_NFSE", 4));
+  EXPECT_EQ(50, committed(3, 1, "LOTE"));  // branch 1 is not advanced
+  EXPECT_EQ(-1, committed(4, 1, "LOTE"));
   // Service orders advance by one whatever the quantity; an unknown order gives 0.
   EXPECT_EQ(5, draw(1, 1, "OFI_PECA_OS", "900", 10));
   EXPECT_EQ(20, draw(1, 1, "OFI_SERVICO_OS", "900", 1, false));
   EXPECT_EQ(0, draw(1, 1, "OFI_PECA_OS", "901", 1));
   EXPECT_EQ(6, count("select PROXIMA_PECA from OFI_ORDEM_SERVICO where NRO_OS = 900"));
   EXPECT_EQ(21, count("select PROXIMO_SERVICO from OFI_ORDEM_SERVICO where NRO_OS = 900"));
-  EXPECT_FALSE(connection_->inTransaction());
 }
 
 // With transacao the draw is committed at once on its own and survives the caller's rollback
@@ -269,15 +237,14 @@ TEST_F(NumeracaoFirebird, TransacaoDecidesWhetherTheDrawOutlivesTheCallersTransa
   connection_->beginTransaction();
   EXPECT_EQ(7, draw(5, 1, "FAT_PEDIDO", "PEDIDO", 1));
   EXPECT_TRUE(connection_->inTransaction());
-  EXPECT_EQ(8, committed(1, "PEDIDO", "FAT_PEDIDO", 5));
+  EXPECT_EQ(8, committed(5, 1, "PEDIDO"));
   // Another connection draws at once: the row is not held by the caller.
   EXPECT_EQ(8, BuscaProximoNumero(*db_->connect(), 5, 1, "FAT_PEDIDO", "PEDIDO", 1, true));
   connection_->rollback();
-  EXPECT_EQ(9, committed(1, "PEDIDO", "FAT_PEDIDO", 5));
   connection_->beginTransaction();
   EXPECT_EQ(9, draw(5, 1, "FAT_PEDIDO", "PEDIDO", 1, false));
   connection_->rollback();
-  EXPECT_EQ(9, committed(1, "PEDIDO", "FAT_PEDIDO", 5));
+  EXPECT_EQ(9, committed(5, 1, "PEDIDO"));
   // A failure in its own transaction rolls back and reaches the caller (NUMERADOR holds 60).
   EXPECT_THROW(draw(6, 1, "FAT_PEDIDO", std::string(80, 'N'), 1), DatabaseError);
   EXPECT_FALSE(connection_->inTransaction());
@@ -306,20 +273,19 @@ TEST_F(NumeracaoFirebird, TwoDrawersGetDistinctConsecutiveNumbers) {
       falhas[index] = std::current_exception();
     }
   };
-  std::thread primeiro(drawer, 0);
-  std::thread segundo(drawer, 1);
+  std::thread primeiro(drawer, 0), segundo(drawer, 1);
   primeiro.join();
   segundo.join();
-  for (const auto& falha : falhas) {
-    if (falha) std::rethrow_exception(falha);
+  for (int i : {0, 1}) {
+    if (falhas[i]) std::rethrow_exception(falhas[i]);
+    EXPECT_TRUE(std::is_sorted(numeros[i].begin(), numeros[i].end()));  // each drawer's rise
   }
-  std::vector<int32_t> todos = numeros[0];
+  std::vector<int32_t> todos = numeros[0], esperados(2 * kPorDrawer);
   todos.insert(todos.end(), numeros[1].begin(), numeros[1].end());
   std::sort(todos.begin(), todos.end());
-  ASSERT_EQ(2u * kPorDrawer, todos.size());
-  for (size_t i = 0; i < todos.size(); ++i) ASSERT_EQ(static_cast<int32_t>(i + 1), todos[i]);
-  for (const auto& proprios : numeros) EXPECT_TRUE(std::is_sorted(proprios.begin(), proprios.end()));
-  EXPECT_EQ(2 * kPorDrawer + 1, committed(1, "CONTATO", "CAC_CONTATO", 9));
+  std::iota(esperados.begin(), esperados.end(), 1);
+  EXPECT_EQ(esperados, todos);
+  EXPECT_EQ(2 * kPorDrawer + 1, committed(9, 1, "CONTATO"));
 }
 
 }  // namespace
