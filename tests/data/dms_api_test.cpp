@@ -68,7 +68,7 @@ TEST(DmsApi, RequestCarriesTheDealershipAddressAndTheUsersCredentials) {
   EXPECT_EQ("Basic am9hbzpzZWNyZXRhMTIz", recebida.get_header_value("Authorization"));
   EXPECT_EQ("", dm.ObterLogin(404)->FieldByName("LOGIN").asString());
   EXPECT_EQ("Endereço da API do VornDMS não informado",
-            test::errorOf([&] { dm.RequisicaoVornDMS("GET", "x", "", 9, 9, 404); }));
+            test::outcome([&] { dm.RequisicaoVornDMS("GET", "x", "", 9, 9, 404); }));
   setDeCript(nullptr);
   EXPECT_EQ("abc", DeCript("abc"));
 }
@@ -103,13 +103,13 @@ TEST(DmsApi, BodiesErrorsTimeOutsAndRefusedConnections) {
   const std::string prefixo = "Requisição à API do VornDMS (" + api.base();
   EXPECT_EQ(prefixo + "/api/estoque): GET respondido com HTTP 500\r\nfalha interna " +
                 std::string(300 - 14, 'x') + "...",
-            test::errorOf([&] {
+            test::outcome([&] {
               RequisicaoVornDMSUtils(api.base() + "/api/", "GET", "estoque", "", "joao", "s", 12,
                                      nullptr);
             }));
   setDmsApiTimeouts({1000, 300});
   const auto inicio = std::chrono::steady_clock::now();
-  EXPECT_EQ(prefixo + "/lento): tempo esgotado (conexão 1000 ms, total 300 ms)", test::errorOf([&] {
+  EXPECT_EQ(prefixo + "/lento): tempo esgotado (conexão 1000 ms, total 300 ms)", test::outcome([&] {
               RequisicaoVornDMSUtils(api.base(), "GET", "lento", "", "", "", 1, nullptr);
             }));
   EXPECT_LT(std::chrono::steady_clock::now() - inicio, std::chrono::milliseconds(1200));
@@ -119,7 +119,7 @@ TEST(DmsApi, BodiesErrorsTimeOutsAndRefusedConnections) {
     ServidorApi encerrado;
     fechado = encerrado.base();
   }
-  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada", test::errorOf([&] {
+  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada", test::outcome([&] {
               RequisicaoVornDMSUtils(fechado, "GET", "", "", "", "", 1, nullptr);
             }));
 }

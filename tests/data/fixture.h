@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -30,38 +32,27 @@ inline void script(RecordingConnection& connection, const Answers& answers) {
   for (const auto& [prefix, rows] : answers) connection.respond(prefix, rows);
 }
 
-// The message of the VornError `call` raises, or "no error".
-template <typename Call>
-std::string errorOf(Call&& call) {
-  try {
-    call();
-  } catch (const VornError& error) {
-    return error.what();
-  }
-  return "no error";
-}
-
-// What `call` returns, as text, or the message of the VornError it raises.
+// What `call` returns, as text ("no error" when it returns nothing), or the message of the
+// VornError it raises.
 template <typename Call>
 std::string outcome(Call&& call) {
   try {
-    return std::to_string(call());
+    if constexpr (std::is_void_v<decltype(call())>) {
+      call();
+      return "no error";
+    } else {
+      return std::to_string(call());
+    }
   } catch (const VornError& error) {
     return error.what();
   }
 }
 
-// isql's output with every run of blanks and line ends made one blank, trimmed.
+// isql's output with every run of blanks and line ends made one blank.
 inline std::string collapsed(const std::string& text) {
-  std::string result;
-  for (char ch : text) {
-    if (ch == ' ' || ch == '\n' || ch == '\r' || ch == '\t') {
-      if (!result.empty() && result.back() != ' ') result += ' ';
-    } else {
-      result += ch;
-    }
-  }
-  if (!result.empty() && result.back() == ' ') result.pop_back();
+  std::istringstream in(text);
+  std::string word, result;
+  while (in >> word) result += (result.empty() ? "" : " ") + word;
   return result;
 }
 
