@@ -69,6 +69,10 @@ inline std::string linha(const SqlRowSet& rows, const std::string& columns) {
   return text;
 }
 
+inline int64_t count(SqlConnection& connection, const std::string& sql) {
+  return connection.query(sql).rows.at(0).at(0).asInteger();
+}
+
 // One scratch database per suite (creating one costs about a second); each test gets a
 // connection of its own, inside a transaction that is rolled back when `inTransaction`.
 template <bool Sample, bool InTransaction>
@@ -83,9 +87,7 @@ class FirebirdSuite : public ::testing::Test {
   void TearDown() override {
     if (connection_->inTransaction()) connection_->rollback();
   }
-  int64_t count(const std::string& sql) {
-    return connection_->query(sql).rows.at(0).at(0).asInteger();
-  }
+  int64_t count(const std::string& sql) { return test::count(*connection_, sql); }
 
   static inline std::unique_ptr<TestDatabase> db_;
   std::unique_ptr<SqlConnection> connection_;
