@@ -218,9 +218,8 @@ TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
         std::string("insert into FAT_CLIENTE (CLIENTE, CATEGORIA) values (900, 3)")}) {
     connection_->execute(sql);
   }
-  for (const auto& [revenda, ativo] : {std::pair{1, true}, {2, false}, {3, false}, {4, false}}) {
+  for (const auto& [revenda, ativo] : {std::pair{1, true}, {2, false}, {3, false}, {4, false}})
     EXPECT_EQ(ativo, Retorna_AutoService_Ativo(*connection_, 1, revenda)) << revenda;
-  }
   // clang-format off
   const std::tuple<int, const char*, Statements, const char*, std::string> casos[] = {
       // category, insurer, requests (TIPO_SERVICO, TIPO_SERVICO_OS), the answers accepted,

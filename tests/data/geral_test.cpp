@@ -37,9 +37,8 @@ TEST(BuscaBanco, MapsDriverNamesExactly) {
                        {"Firebird", "INTERBASE"}, {"DevartInterBase", "INTERBASE"},
                        {"Oracle", "Oracle"},      {"FIREBIRD", "FIREBIRD"},
                        {"mssql", "mssql"},        {"", ""}};
-  for (const auto& [driver, banco] : casos) {
+  for (const auto& [driver, banco] : casos)
     EXPECT_EQ(banco, BuscaBanco(test::RecordingConnection(driver))) << driver;
-  }
 }
 
 TEST(DataHora, RenderersWriteTheDateAloneAtMidnightAndCutMilliseconds) {
@@ -47,20 +46,22 @@ TEST(DataHora, RenderersWriteTheDateAloneAtMidnightAndCutMilliseconds) {
     TDateTime value;
     const char *ora, *ib, *sql;
   };
+  // clang-format off
   const Caso casos[] = {
-      {march5(14, 7, 9, 999), "05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS", "2024-03-05 14:07:09",
-       "05-03-2024 14:07:09"},
+      {march5(14, 7, 9, 999), "05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS",
+       "2024-03-05 14:07:09", "05-03-2024 14:07:09"},
       {EncodeDate(2024, 3, 5), "05/03/2024','dd/mm/yyyy", "2024-03-05", "05-03-2024"},
-      {march5(0, 0, 1, 0), "05/03/2024 00:00:01','dd/mm/yyyy HH24:MI:SS", "2024-03-05 00:00:01",
-       "05-03-2024 00:00:01"},
+      {march5(0, 0, 1, 0), "05/03/2024 00:00:01','dd/mm/yyyy HH24:MI:SS",
+       "2024-03-05 00:00:01", "05-03-2024 00:00:01"},
       // Half a second past midnight is a time of day, even though no second shows.
-      {march5(0, 0, 0, 500), "05/03/2024 00:00:00','dd/mm/yyyy HH24:MI:SS", "2024-03-05 00:00:00",
-       "05-03-2024 00:00:00"},
+      {march5(0, 0, 0, 500), "05/03/2024 00:00:00','dd/mm/yyyy HH24:MI:SS",
+       "2024-03-05 00:00:00", "05-03-2024 00:00:00"},
       {EncodeDate(99, 3, 5), "05/03/0099','dd/mm/yyyy", "0099-03-05", "05-03-0099"},
-      {EncodeDate(2024, 3, 5) + 86399999.7 / 86400000.0,
-       "05/03/2024 23:59:59','dd/mm/yyyy HH24:MI:SS", "2024-03-05 23:59:59", "05-03-2024 23:59:59"},
+      {EncodeDate(2024, 3, 5) + 86399999.7 / 86400000.0, "05/03/2024 23:59:59','dd/mm/yyyy "
+       "HH24:MI:SS", "2024-03-05 23:59:59", "05-03-2024 23:59:59"},
       {-1.25, "29/12/1899 06:00:00','dd/mm/yyyy HH24:MI:SS", "1899-12-29 06:00:00",
        "29-12-1899 06:00:00"}};
+  // clang-format on
   for (const Caso& c : casos) {
     const std::string ib = std::string(c.ib).size() > 10 ? " AS TIMESTAMP)" : " AS DATE)";
     EXPECT_EQ("TO_DATE('" + std::string(c.ora) + "')", DataHoraPDtHrORA(c.value));
@@ -88,23 +89,19 @@ TEST(DataHora, FromRegionalTextAndParts) {
       {"05/03/2024", "ORACLE", "TO_DATE('05/03/2024','dd/mm/yyyy')"},
       {"5/3/24 9:30", "", "CAST('2024-03-05 09:30:00' AS TIMESTAMP)"}};
   for (const auto& c : casos) EXPECT_EQ(c[2], DataHoraStrPSql(c[0], c[1])) << c[0];
-  for (const std::string text : {"31/02/2024", "00", " 0", "2024-03-05", "amanhã"}) {
+  for (const std::string text : {"31/02/2024", "00", " 0", "2024-03-05", "amanhã"})
     EXPECT_EQ(dateError(text), test::outcome([&] { DataHoraStrPSql(text, "INTERBASE"); }));
-  }
   // Two-digit years are widened at 50; the last instant of a day stays in that day.
   const TDateTime last = 86399999.6 / 86400000.0;
+  // clang-format off
   const std::vector<std::pair<TDateTime, std::vector<int>>> partes = {
-      {march5(23, 59, 59, 0), {2024, 3, 5}},
-      {EncodeDate(2023, 12, 31) + last, {2023, 12, 31}},
-      {EncodeDate(2024, 2, 29) + last, {2024, 2, 29}},
-      {-1.25, {1899, 12, 29}},
-      {EncodeDate(99, 3, 5), {1999, 3, 5}},
-      {EncodeDate(50, 1, 1), {1950, 1, 1}},
-      {EncodeDate(49, 12, 31), {2049, 12, 31}},
-      {EncodeDate(100, 1, 1), {100, 1, 1}}};
-  for (const auto& [value, ymd] : partes) {
+      {march5(23, 59, 59, 0), {2024, 3, 5}}, {EncodeDate(2023, 12, 31) + last, {2023, 12, 31}},
+      {EncodeDate(2024, 2, 29) + last, {2024, 2, 29}}, {-1.25, {1899, 12, 29}},
+      {EncodeDate(99, 3, 5), {1999, 3, 5}}, {EncodeDate(50, 1, 1), {1950, 1, 1}},
+      {EncodeDate(49, 12, 31), {2049, 12, 31}}, {EncodeDate(100, 1, 1), {100, 1, 1}}};
+  // clang-format on
+  for (const auto& [value, ymd] : partes)
     EXPECT_EQ(ymd, (std::vector<int>{Ano(value), Mes(value), Dia(value)})) << value;
-  }
   const TDateTime value = EncodeDate(2024, 12, 31) + last;
   EXPECT_EQ(DataHoraPSql(value, "IB"), DataHoraStrPSql(DateTimeToStr(value), "IB"));
 }
@@ -115,46 +112,28 @@ TEST(Literals, TestaCampoAndAddSQL) {
                        {"1e5", "'1e5'"}, {" ", "' '"},       {"D'Avila", "'D'Avila'"}};
   for (const auto& [in, out] : campo) EXPECT_EQ(out, TestaCampoPSQL(in)) << in;
   // Zero and what is no integer are null; other integers come back as written.
-  const Pairs numero = {{"abc", "null"},
-                        {"0", "null"},
-                        {"-0", "null"},
-                        {"", "null"},
-                        {"12 ", "null"},
-                        {"1.5", "null"},
-                        {"-", "null"},
-                        {"0x0", "null"},
-                        {"1a", "null"},
-                        {"$1G", "null"},
-                        {"0xg", "null"},
-                        {"$", "null"},
-                        {"12", "12"},
-                        {" 12", " 12"},
-                        {"-7", "-7"},
-                        {"+5", "+5"},
-                        {"007", "007"},
-                        {"$1A", "$1A"},
-                        {"0xff", "0xff"},
-                        {"0X10", "0X10"},
-                        {"9223372036854775808", "null"},
-                        {"9223372036854775807", "9223372036854775807"},
-                        {"-9223372036854775808", "-9223372036854775808"}};
+  // clang-format off
+  const Pairs numero = {
+      {"abc", "null"}, {"0", "null"}, {"-0", "null"}, {"", "null"}, {"12 ", "null"},
+      {"1.5", "null"}, {"-", "null"}, {"0x0", "null"}, {"1a", "null"}, {"$1G", "null"},
+      {"0xg", "null"}, {"$", "null"}, {"9223372036854775808", "null"}, {"12", "12"},
+      {" 12", " 12"}, {"-7", "-7"}, {"+5", "+5"}, {"007", "007"}, {"$1A", "$1A"},
+      {"0xff", "0xff"}, {"0X10", "0X10"}, {"9223372036854775807", "9223372036854775807"},
+      {"-9223372036854775808", "-9223372036854775808"}};
+  // clang-format on
   for (const auto& [in, out] : numero) EXPECT_EQ(out, TestaCampoNumPSQL(in)) << in;
   const std::vector<std::pair<int32_t, std::string>> zn = {
       {0, "null"}, {-12, "-12"}, {std::numeric_limits<int32_t>::min(), "-2147483648"}};
   for (const auto& [in, out] : zn) EXPECT_EQ(out, TestaCampoNumZNPSQL(in));
+  // clang-format off
   const std::vector<std::vector<std::string>> add = {
-      {"", "A", "ORACLE", "NULL,"},
-      {"", "X", "", "NULL,"},
+      {"", "A", "ORACLE", "NULL,"}, {"", "X", "", "NULL,"}, {"-3", "Numero", "", "-3,"},
       {"D'Avila", "Alfanumérico", "", "'D'Avila',"},  // quotes are not doubled
-      {"-3", "Numero", "", "-3,"},
-      {"1.234,56", "F", "", "1234.56,"},
-      {"1.234.567", "F", "", "1234567,"},
-      {"1,2,3", "F", "", "1.2,3,"},
+      {"1.234,56", "F", "", "1234.56,"}, {"1.234.567", "F", "", "1234567,"},
+      {"1,2,3", "F", "", "1.2,3,"}, {"05/03/2024", "H", "ORACLE", "TO_DATE('05/03/2024','dd/mm/yyyy'),"},
       {"05/03/2024 14:07:09", "H", "SQLSERVER", "CAST('05-03-2024 14:07:09' AS DATETIME),"},
-      {"05/03/2024", "H", "ORACLE", "TO_DATE('05/03/2024','dd/mm/yyyy'),"},
-      {"x", "a", "", ""},  // unknown kinds add nothing
-      {"x", "", "", ""},
-      {"31/02/2024", "h", "", ""}};
+      {"x", "a", "", ""}, {"x", "", "", ""}, {"31/02/2024", "h", "", ""}};  // unknown kinds
+  // clang-format on
   for (const auto& c : add) EXPECT_EQ(c[3], AddSQL(c[0], c[1], c[2])) << c[0] << " " << c[1];
   EXPECT_EQ(dateError("31/02/2024"), test::outcome([] { AddSQL("31/02/2024", "H", ""); }));
 }
@@ -176,9 +155,8 @@ TEST(Filters, SQLEmpresaRevenda) {
       // Other modes stop before the last group's dealerships.
       {"1.1,1.2,2.1", 3, "((E = 1 and R in (1,2)) or (E = 2 and R in ("},
       {"1.1", -1, "((E = 1 and R in ("}};
-  for (const auto& [pairs, mode, sql] : casos) {
+  for (const auto& [pairs, mode, sql] : casos)
     EXPECT_EQ(sql, SQLEmpresaRevenda(pairs, "E", "R", mode)) << pairs << " " << mode;
-  }
 }
 
 TEST(Filters, SQLChaveComposta) {
@@ -231,9 +209,8 @@ TEST(TextHelpers, StringsNumbersAndTruncation) {
   const std::vector<std::tuple<double, int, double>> trunca = {
       {1.239, 2, 1.23}, {-1.239, 2, -1.23}, {5.7, 0, 5.0},  {1.005, 2, 1.0},   {0.29, 2, 0.29},
       {4.35, 2, 4.35},  {2.99996, 3, 3.0},  {5.96, 0, 6.0}, {2.9996, 3, 2.999}};
-  for (const auto& [value, decimals, cut] : trunca) {
+  for (const auto& [value, decimals, cut] : trunca)
     EXPECT_DOUBLE_EQ(cut, TruncaValor(value, decimals)) << value;
-  }
 }
 
 TEST(SqlValue, ConversionsAsTheHostsFieldsMakeThem) {
@@ -252,9 +229,8 @@ TEST(SqlValue, ConversionsAsTheHostsFieldsMakeThem) {
       {SqlValue::real(1e300), "\"1E300\" is not a valid integer value"}};
   // clang-format on
   for (const auto& [value, text] : texto) EXPECT_EQ(text, value.asString());
-  for (const auto& [value, text] : inteiro) {
+  for (const auto& [value, text] : inteiro)
     EXPECT_EQ(text, test::outcome([&] { return value.asInteger(); }));
-  }
   EXPECT_EQ(1234.56, SqlValue::text("1.234,56").asFloat());
   EXPECT_EQ(3.0, SqlValue::integer(3).asFloat());
   EXPECT_EQ("\"abc\" is not a valid floating point value",

@@ -167,9 +167,8 @@ TEST(Numeracao, FailuresAndSqlServerVersions) {
   EXPECT_FALSE(modoRemoto({"datasnap", "", nullptr}));
 
   RecordingConnection mssql("MSSQL");
-  for (const char* v : {"12.0.2000.8", "16", "-3.1", "1234567890.1", "x.1", "+.1", "1a.0"}) {
+  for (const char* v : {"12.0.2000.8", "16", "-3.1", "1234567890.1", "x.1", "+.1", "1a.0"})
     mssql.respond("select SERVERPROPERTY", texto("VERSAO", v));
-  }
   EXPECT_EQ(12, VersaoSqlServer(mssql, "SQLSERVER"));
   EXPECT_EQ(-1, VersaoSqlServer(mssql, "SQLSERVER"));  // no "."
   EXPECT_EQ(-3, VersaoSqlServer(mssql, "SQLSERVER"));
