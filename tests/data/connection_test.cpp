@@ -23,9 +23,10 @@
 namespace vornleads {
 namespace {
 
-namespace fs = std::filesystem;
+using test::outcome;
 using test::RecordingConnection;
 using test::Statements;
+using State = TClientDataSet::State;
 
 class OnFirebird : public test::FirebirdSuite<true, false> {
  protected:
@@ -50,9 +51,8 @@ TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
   insert.AddCampo("S", int32_t{-32768});
   insert.AddCampo("B", std::numeric_limits<int64_t>::max());
   for (const auto& [campo, valor] :
-       {std::pair{"D", 0.1}, {"N", 1234567890123.45}, {"N3", -0.005}, {"N1", -12.5}}) {
+       {std::pair{"D", 0.1}, {"N", 1234567890123.45}, {"N3", -0.005}, {"N1", -12.5}})
     insert.AddCampo(campo, valor);
-  }
   insert.AddCampo("T", hostile);
   insert.AddCampo("C", std::string("ab"));
   insert.AddCampoDataHora("DT", EncodeDate(2024, 2, 29));
@@ -62,10 +62,8 @@ TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
       "TM = CAST('23:59:58.999' AS TIME) WHERE ID = 1");
   ASSERT_EQ(1, connection_->execute("INSERT INTO VALORES (ID) VALUES (2)"));
   const SqlRowSet rows = connection_->query("select * from VALORES where ID in (1, 2) order by ID");
-  EXPECT_EQ(
-      (test::Statements{"ID", "I", "S", "B", "D", "N", "N3", "N1", "T", "C", "DT", "TS", "TM"}),
-      rows.columns);
-  ASSERT_EQ(2u, rows.rows.size());
+  EXPECT_EQ((Statements{"ID", "I", "S", "B", "D", "N", "N3", "N1", "T", "C", "DT", "TS", "TM"}),
+            rows.columns);
   // clang-format off
   const std::vector<SqlValue> expected = {
       SqlValue::integer(1), SqlValue::integer(-2147483648LL), SqlValue::integer(-32768),
@@ -76,20 +74,25 @@ TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
       SqlValue::dateTime(EncodeDateTime({2024, 3, 5, 14, 7, 9, 123})),
       SqlValue::dateTime(EncodeTime(23, 59, 58, 999))};
   // clang-format on
+  ASSERT_EQ(2u, rows.rows.size());
   for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(expected[i], rows.rows[0][i]) << i;
   for (size_t i = 1; i < expected.size(); ++i) EXPECT_TRUE(rows.rows[1][i].isNull()) << i;
   const SqlRowSet none = connection_->query("select id, t as texto from VALORES where ID = -1");
+  EXPECT_EQ((Statements{"ID", "TEXTO"}), none.columns);
   EXPECT_TRUE(none.empty());
-  EXPECT_EQ((test::Statements{"ID", "TEXTO"}), none.columns);
 }
 
-TEST_F(OnFirebird, RowCountsAndRefusedStatements) {
+TEST_F(OnFirebird, RowCountsRefusedStatementsAndKeysInOrder) {
   connection_->execute("INSERT INTO VALORES (ID, I) VALUES (10, 1)");
   connection_->execute("INSERT INTO VALORES (ID, I) VALUES (11, 1)");
   EXPECT_EQ(2, connection_->execute("UPDATE VALORES SET I = 2 WHERE ID IN (10, 11)"));
   EXPECT_EQ(0, connection_->execute("UPDATE VALORES SET I = 2 WHERE ID = -5"));
-  EXPECT_EQ(-1, connection_->execute("CREATE TABLE SEM_LINHAS (A INTEGER)"));
-  const std::string message = test::outcome([&] { connection_->query("SELECT * FROM NENHUMA"); });
+  EXPECT_EQ(-1, connection_->execute("CREATE TABLE CHAVE (B INTEGER NOT NULL, A INTEGER NOT NULL, "
+                                     "CONSTRAINT PK_CHAVE PRIMARY KEY (B, A))"));
+  EXPECT_EQ((Statements{"B", "A"}), connection_->primaryKey("chave"));
+  EXPECT_EQ((Statements{"ID"}), connection_->primaryKey("VALORES"));
+  EXPECT_TRUE(connection_->primaryKey("SEM_TABELA").empty());
+  const std::string message = outcome([&] { connection_->query("SELECT * FROM NENHUMA"); });
   EXPECT_NE(std::string::npos, message.find("Table unknown\nNENHUMA")) << message;
   EXPECT_EQ(message.size() - 28, message.find("\r\nSQL: SELECT * FROM NENHUMA")) << message;
   EXPECT_EQ(2, count(*connection_, "ID IN (10, 11)"));  // still working
@@ -100,25 +103,21 @@ TEST_F(OnFirebird, TransactionsCommitAndRollBackTogether) {
   EXPECT_EQ(0, count(*other, "ID = 30"));  // the other connection has read before
   connection_->execute("INSERT INTO VALORES (ID) VALUES (30)");
   EXPECT_EQ(1, count(*other, "ID = 30"));  // outside a transaction: visible at once
-  EXPECT_EQ("No transaction is open on this connection",
-            test::outcome([&] { connection_->commit(); }));
-  EXPECT_EQ("No transaction is open on this connection",
-            test::outcome([&] { connection_->rollback(); }));
+  EXPECT_EQ("No transaction is open on this connection", outcome([&] { connection_->commit(); }));
+  EXPECT_THROW(connection_->rollback(), VornError);
   connection_->beginTransaction();
   EXPECT_EQ("A transaction is already open on this connection",
-            test::outcome([&] { connection_->beginTransaction(); }));
+            outcome([&] { connection_->beginTransaction(); }));
   connection_->execute("INSERT INTO VALORES (ID) VALUES (40)");
-  connection_->execute("INSERT INTO VALORES (ID) VALUES (41)");
-  EXPECT_EQ(2, count(*connection_, "ID IN (40, 41)"));
-  EXPECT_EQ(0, count(*other, "ID IN (40, 41)"));
+  EXPECT_EQ(1, count(*connection_, "ID = 40"));
+  EXPECT_EQ(0, count(*other, "ID = 40"));
   connection_->rollback();
-  EXPECT_FALSE(connection_->inTransaction());
-  EXPECT_EQ(0, count(*connection_, "ID IN (40, 41)"));
+  EXPECT_EQ(0, count(*connection_, "ID = 40"));
   {
     Transaction transaction(*connection_);
     connection_->execute("INSERT INTO VALORES (ID) VALUES (42)");
     transaction.commit();
-    EXPECT_EQ("The transaction is no longer open", test::outcome([&] { transaction.commit(); }));
+    EXPECT_EQ("The transaction is no longer open", outcome([&] { transaction.commit(); }));
   }
   {
     Transaction transaction(*connection_);
@@ -126,29 +125,16 @@ TEST_F(OnFirebird, TransactionsCommitAndRollBackTogether) {
   }  // rolled back by the scope
   EXPECT_EQ(1, count(*other, "ID = 42"));
   EXPECT_EQ(0, count(*other, "ID = 43"));
-}
-
-TEST_F(OnFirebird, AConnectionLostInTheMiddleOfATransactionLeavesNothing) {
-  connection_->execute("INSERT INTO VALORES (ID, I) VALUES (51, 0)");
+  // A connection lost in the middle of a transaction leaves nothing.
   {
     auto doomed = db_->connect();
     doomed->beginTransaction();
     doomed->execute("INSERT INTO VALORES (ID) VALUES (50)");
-    doomed->execute("UPDATE VALORES SET I = 99 WHERE ID = 51");
-  }  // dropped without commit
-  EXPECT_EQ(1, count(*db_->connect(), "ID = 51 AND I = 0"));
-  // Firebird's own tool agrees.
-  EXPECT_EQ("N 0", test::collapsed(
-                       db_->isql("SET LIST ON; SELECT COUNT(*) AS N FROM VALORES WHERE ID = 50;")));
-}
-
-TEST_F(OnFirebird, PrimaryKeyInKeyOrder) {
-  connection_->execute(
-      "CREATE TABLE CHAVE_COMPOSTA (B INTEGER NOT NULL, A INTEGER NOT NULL, X INTEGER, "
-      "CONSTRAINT PK_CHAVE_COMPOSTA PRIMARY KEY (B, A))");
-  EXPECT_EQ((test::Statements{"B", "A"}), connection_->primaryKey("chave_composta"));
-  EXPECT_EQ((test::Statements{"ID"}), connection_->primaryKey("VALORES"));
-  EXPECT_TRUE(connection_->primaryKey("SEM_TABELA").empty());
+    doomed->execute("UPDATE VALORES SET I = 99 WHERE ID = 42");
+  }
+  EXPECT_EQ(1, count(*db_->connect(), "ID = 42 AND I IS NULL"));
+  EXPECT_EQ("N 0", test::collapsed(db_->isql("SET LIST ON; SELECT COUNT(*) AS N FROM VALORES "
+                                             "WHERE ID = 50;")));  // Firebird's own tool agrees
 }
 
 TEST(CreateDatabase, EmptyDatabaseAndRefusedPaths) {
@@ -157,18 +143,15 @@ TEST(CreateDatabase, EmptyDatabaseAndRefusedPaths) {
             test::collapsed(db.isql("SET LIST ON; SELECT (SELECT COUNT(*) FROM GER_REVENDA) AS N, "
                                     "TRIM(RDB$CHARACTER_SET_NAME) AS CHARSET FROM RDB$DATABASE;")));
   test::TempDir dir;
-  const fs::path path = dir / "dms.fdb";
+  const std::string path = (dir / "dms.fdb").string(), missing = (dir / "x" / "dms.fdb").string();
   test::writeFile(path, "not a database");
-  EXPECT_EQ("The database file " + path.string() + " already exists; it was left untouched",
-            test::outcome([&] { CreateDatabase(path.string(), true); }));
+  EXPECT_EQ("The database file " + path + " already exists; it was left untouched",
+            outcome([&] { CreateDatabase(path, true); }));
   EXPECT_EQ("not a database", test::readFile(path));
-  EXPECT_EQ("No path given for the new database", test::outcome([] { CreateDatabase("", false); }));
-  const fs::path missing = dir / "missing" / "dms.fdb";
-  EXPECT_THROW(CreateDatabase(missing.string(), false), DatabaseError);
-  EXPECT_FALSE(fs::exists(missing));
+  EXPECT_EQ("No path given for the new database", outcome([] { CreateDatabase("", false); }));
+  EXPECT_THROW(CreateDatabase(missing, false), DatabaseError);
+  EXPECT_FALSE(std::filesystem::exists(missing));
 }
-
-using State = TClientDataSet::State;
 
 const char* const kJournal = "CAC_ATUALIZACOES_LEADVW";
 
@@ -218,14 +201,14 @@ TEST(TClientDataSet, PostsOneUpdateOfTheChangedColumnsOrOneInsertOfTheFieldsSet)
 }
 
 TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
+  // clang-format off
   const std::tuple<Statements, int64_t, std::string> casos[] = {
       {{}, 1, "Table CAC_ATUALIZACOES_LEADVW has no primary key: its rows cannot be updated"},
-      {{"ID_LEAD_VW", "USUARIO"},
-       1,
-       "The dataset of CAC_ATUALIZACOES_LEADVW does not hold its key column USUARIO: the row "
-       "cannot be updated"},
+      {{"ID_LEAD_VW", "USUARIO"}, 1, "The dataset of CAC_ATUALIZACOES_LEADVW does not hold its "
+       "key column USUARIO: the row cannot be updated"},
       {{"ID_LEAD_VW", "SEQUENCIA"}, 0, "Record not found or changed by another user"},
       {{"ID_LEAD_VW"}, -1, "ORA-12899: value too large\r\nSQL: UPDATE"}};
+  // clang-format on
   for (const auto& [key, affected, message] : casos) {
     RecordingConnection oracle("ORACLE");
     if (!key.empty()) oracle.setPrimaryKey(kJournal, key);
@@ -234,40 +217,37 @@ TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
     TClientDataSet dataset(journalRows(), oracle, kJournal);
     dataset.Edit();
     dataset.SetField("ENVIOU", SqlValue::text("S"));
-    EXPECT_EQ(0u, test::outcome([&] { dataset.Post(); }).find(message)) << message;
+    EXPECT_EQ(0u, outcome([&] { dataset.Post(); }).find(message)) << message;
     EXPECT_EQ(State::Edit, dataset.state());
     dataset.Cancel();
     EXPECT_EQ(SqlValue::text("N"), dataset.FieldByName("ENVIOU"));
   }
 }
 
-TEST(TClientDataSet, BrowsingCancelAndReadOnlyDatasets) {
+TEST(TClientDataSet, BrowsingAndReadOnlyDatasets) {
   TClientDataSet dataset(SqlRowSet{{"N"}, {{SqlValue::integer(1)}, {SqlValue::integer(2)}}});
-  EXPECT_FALSE(dataset.Eof());
   dataset.Next();
+  EXPECT_FALSE(dataset.Eof());
   dataset.Next();
   EXPECT_TRUE(dataset.Eof());
   EXPECT_EQ(SqlValue::integer(2), dataset.FieldByName("N"));  // stays on the last row
   dataset.First();
   EXPECT_EQ(SqlValue::integer(1), dataset.FieldByName("N"));
-  EXPECT_EQ("Field 'X' not found", test::outcome([&] { dataset.FieldByName("X"); }));
-  EXPECT_THROW(dataset.Edit(), VornError);
+  EXPECT_EQ("Field 'X' not found", outcome([&] { dataset.FieldByName("X"); }));
   EXPECT_THROW(dataset.Append(), VornError);
   EXPECT_EQ("Dataset not in edit or insert mode",
-            test::outcome([&] { dataset.SetField("N", SqlValue::integer(3)); }));
+            outcome([&] { dataset.SetField("N", SqlValue::integer(3)); }));
   RecordingConnection oracle("ORACLE");
   oracle.respond("SELECT", test::singleValue("A", SqlValue::integer(1)));
-  EXPECT_FALSE(TConexaoSimplificada(oracle).RetornaDataset("SELECT A FROM T")->editable());
-  // An empty dataset reads nulls; its Edit is an Append, cancelled here.
+  EXPECT_THROW(TConexaoSimplificada(oracle).RetornaDataset("SELECT A FROM T")->Edit(), VornError);
+  // An empty dataset reads nulls; its Edit is an Append.
   TClientDataSet empty(SqlRowSet{{"A"}, {}}, oracle, kJournal);
   EXPECT_TRUE(empty.Eof());
   EXPECT_TRUE(empty.FieldByName("A").isNull());
   empty.Edit();
   EXPECT_EQ(State::Insert, empty.state());
-  EXPECT_EQ(1, empty.RecordCount());
   empty.Cancel();
   EXPECT_TRUE(empty.IsEmpty());
-  EXPECT_EQ(1u, oracle.statements().size());
 }
 
 TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
@@ -284,12 +264,12 @@ TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
   // clang-format on
   for (const auto& [sql, texto, inteiro] : casos) {
     EXPECT_EQ(texto, conexao.executaSQLString(sql));
-    EXPECT_EQ(inteiro, test::outcome([&] { return conexao.executaSQLInteger(sql); }));
+    EXPECT_EQ(inteiro, outcome([&] { return conexao.executaSQLInteger(sql); }));
   }
   // DML is true when rows changed or the statement has none.
   EXPECT_TRUE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 15"));
   EXPECT_FALSE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 404"));
-  EXPECT_TRUE(conexao.executaDML("CREATE TABLE SEM_LINHAS2 (A INTEGER)"));
+  EXPECT_TRUE(conexao.executaDML("CREATE TABLE SEM_LINHAS (A INTEGER)"));
   EXPECT_EQ("INTERBASE", conexao.banco());
   EXPECT_EQ(connection_.get(), &conexao.retornaSQLConnection());
 }
@@ -340,38 +320,27 @@ class ServidorApi {
     server_.stop();
     thread_.join();
   }
-  httplib::Server& server() { return server_; }
-  std::string base() const { return "http://127.0.0.1:" + std::to_string(porta_); }
-
- private:
   httplib::Server server_;
   int porta_ = 0;
   std::thread thread_;
+  std::string base() const { return "http://127.0.0.1:" + std::to_string(porta_); }
 };
 
 std::string invertida(const std::string& text) { return std::string(text.rbegin(), text.rend()); }
 
-TEST_F(OnFirebird, DmsApiRequestsBodiesErrorsTimeOutsAndRefusedConnections) {
+TEST_F(OnFirebird, DmsApiRequestsBodiesErrorsAndRefusedConnections) {
   ServidorApi api;
   httplib::Request recebida;
-  api.server().Post("/VornDMS/api/VornDMS/clientes/10",
-                    [&](const httplib::Request& req, httplib::Response& res) {
-                      recebida = req;
-                      res.set_content("{\"ok\":true}", "application/json");
-                    });
-  api.server().Put("/arquivo", [&](const httplib::Request& req, httplib::Response& res) {
+  auto guarda = [&](const httplib::Request& req, httplib::Response& res) {
     recebida = req;
-    res.status = 204;
-  });
-  api.server().Delete("/arquivo", [](const httplib::Request& req, httplib::Response& res) {
     res.set_content(req.has_header("Authorization") ? "auth" : "anon", "text/plain");
-  });
-  api.server().Get("/api/estoque", [](const httplib::Request&, httplib::Response& res) {
+  };
+  api.server_.Post("/VornDMS/api/VornDMS/clientes/10", guarda);
+  api.server_.Put("/arquivo", guarda);
+  api.server_.Delete("/arquivo", guarda);
+  api.server_.Get("/api/estoque", [](const httplib::Request&, httplib::Response& res) {
     res.status = 500;
     res.set_content("falha interna " + std::string(400, 'x'), "text/plain");
-  });
-  api.server().Get("/lento", [](const httplib::Request&, httplib::Response&) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   });
   connection_->execute("insert into GER_REVENDA (EMPRESA, REVENDA, URL_VORN_DMS) values (1, 2, '" +
                        api.base() + "/VornDMSPrincipal/api/VornDMSPrincipal')");
@@ -381,48 +350,40 @@ TEST_F(OnFirebird, DmsApiRequestsBodiesErrorsTimeOutsAndRefusedConnections) {
   setDeCript(invertida);             // stored passwords are kept reversed in this test
   TdmGeral dm(*connection_);
   EXPECT_EQ(api.base() + "/VornDMS/api/VornDMS", dm.ObterUrlApiVornDMS(1, 2));
-  EXPECT_EQ("{\"ok\":true}",
-            dm.RequisicaoVornDMS("POST", "/clientes/10", "{\"nome\":\"ANA\"}", 1, 2, 99));
+  EXPECT_EQ("auth", dm.RequisicaoVornDMS("POST", "/clientes/10", "{\"nome\":\"ANA\"}", 1, 2, 99));
   EXPECT_EQ("{\"nome\":\"ANA\"}", recebida.body);
   EXPECT_EQ("application/json; charset=utf-8", recebida.get_header_value("Content-Type"));
   EXPECT_EQ("99", recebida.get_header_value("X-VornDMS-Usuario"));
   // Basic joao:secreta123, the stored password deciphered.
   EXPECT_EQ("Basic am9hbzpzZWNyZXRhMTIz", recebida.get_header_value("Authorization"));
-  EXPECT_EQ("", dm.ObterLogin(404)->FieldByName("LOGIN").asString());
   EXPECT_EQ("Endereço da API do VornDMS não informado",
-            test::outcome([&] { dm.RequisicaoVornDMS("GET", "x", "", 9, 9, 404); }));
+            outcome([&] { dm.RequisicaoVornDMS("GET", "x", "", 9, 9, 404); }));
   setDeCript(nullptr);
   EXPECT_EQ("abc", DeCript("abc"));
 
   std::istringstream stream(std::string("PDF\0bin", 7));
-  EXPECT_EQ("", RequisicaoVornDMSUtils(api.base(), "PUT", "arquivo", "{}", "u", "p", 1, &stream));
+  EXPECT_EQ("auth",
+            RequisicaoVornDMSUtils(api.base(), "PUT", "arquivo", "{}", "u", "p", 1, &stream));
   EXPECT_EQ(std::string("PDF\0bin", 7), recebida.body);
   EXPECT_EQ("application/octet-stream", recebida.get_header_value("Content-Type"));
   // Without a login nothing is authenticated.
   EXPECT_EQ("anon", RequisicaoVornDMSUtils(api.base() + "//", "DELETE", "/arquivo", "", "", "", 1,
                                            nullptr));
-  const std::string prefixo = "Requisição à API do VornDMS (" + api.base();
-  EXPECT_EQ(prefixo + "/api/estoque): GET respondido com HTTP 500\r\nfalha interna " +
+  EXPECT_EQ("Requisição à API do VornDMS (" + api.base() +
+                "/api/estoque): GET respondido com "
+                "HTTP 500\r\nfalha interna " +
                 std::string(300 - 14, 'x') + "...",
-            test::outcome([&] {
+            outcome([&] {
               RequisicaoVornDMSUtils(api.base() + "/api/", "GET", "estoque", "", "", "", 1,
                                      nullptr);
             }));
-  setDmsApiTimeouts({1000, 300});
-  const auto inicio = std::chrono::steady_clock::now();
-  EXPECT_EQ(prefixo + "/lento): tempo esgotado (conexão 1000 ms, total 300 ms)", test::outcome([&] {
-              RequisicaoVornDMSUtils(api.base(), "GET", "lento", "", "", "", 1, nullptr);
-            }));
-  EXPECT_LT(std::chrono::steady_clock::now() - inicio, std::chrono::milliseconds(1200));
-  setDmsApiTimeouts({});
   std::string fechado;
   {
     ServidorApi encerrado;
     fechado = encerrado.base();
   }
-  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada", test::outcome([&] {
-              RequisicaoVornDMSUtils(fechado, "GET", "", "", "", "", 1, nullptr);
-            }));
+  EXPECT_EQ("Requisição à API do VornDMS (" + fechado + "): conexão recusada",
+            outcome([&] { RequisicaoVornDMSUtils(fechado, "GET", "", "", "", "", 1, nullptr); }));
 }
 
 }  // namespace
