@@ -54,7 +54,7 @@ TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
        {std::pair{"D", 0.1}, {"N", 1234567890123.45}, {"N3", -0.005}, {"N1", -12.5}})
     insert.AddCampo(campo, valor);
   insert.AddCampo("T", hostile);
-  insert.AddCampo("C", std::string("ab"));
+  insert.AddCampo("C", "ab");
   insert.AddCampoDataHora("DT", EncodeDate(2024, 2, 29));
   ASSERT_EQ(1, connection_->execute(MontaSQLInsert(insert)));
   connection_->execute(
