@@ -70,19 +70,6 @@ TEST(NovoContato, InsertsOnOracleAndSqlServer) {
        80, "insert into CAC_CONTATO  (" + kCompletas + ") values (1,2,80,TO_DATE('05/03/2024 "
        "14:07:09','dd/mm/yyyy HH24:MI:SS'),'A','Lead Web','P',3,4,5,6,7,7,500,8,9,NULL,'V',NULL,"
        "NULL,NULL,11,33334444,1,21,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)"},
-      // SQL Server 10 draws from the counter table on the second attachment. Unknown
-      // customer, midnight.
-      {"MSSQL",
-       {{"select SERVERPROPERTY", singleValue("VERSAO", SqlValue::text("10.0.1600.22"))},
-        {"select PROXIMO_NUMERO from GER_NUMERADOR where", test::numero(30)},
-        {"select PROXIMO_NUMERO from GER_NUMERADOR  where", test::numero(31)}},
-       [](SqlConnection& c) {
-         return Geral::NovoContato(c, "A", "", "A", "", 0, 1, 2, 3, 4, 77, 5, 6, 1, 1,
-                                   EncodeDate(2024, 3, 5));
-       },
-       30, "insert into CAC_CONTATO  (" + kCompletas + ") values (1,1,30,CAST('05-03-2024' AS "
-       "DATETIME),'A',NULL,'A',0,1,2,3,4,4,77,5,6,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,"
-       "NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)"},
       // The short form writes the server's clock and wider telephones (eleven digits are not).
       {"ORACLE", oracle({{"select DDD_TELEFONE", telefones(11999998888)}, {"select TO_CHAR", agora}}),
        [](SqlConnection& c) {
@@ -101,19 +88,7 @@ TEST(NovoContato, InsertsOnOracleAndSqlServer) {
     EXPECT_TRUE(connection.inTransaction());
     EXPECT_EQ(0u, connection.pendingAnswers());
   }
-  // A refused INSERT of the short form raises its own text naming the statement.
   RecordingConnection refused("ORACLE");
-  test::script(refused, oracle({{"select TO_CHAR", agora}}));
-  refused.failOn("INSERT INTO CAC_CONTATO", "ORA-00001: unique constraint violated");
-  std::string sql;
-  const std::string insert =
-      curto + "'', 'P', 0, 0, 0, 0, 0, 0, 9, 0, 0, '', null, null, null, null, null, null)";
-  EXPECT_EQ("Erro NovoContato: ORA-00001: unique constraint violated [" + insert + "]",
-            test::outcome([&] {
-              Dados::NovoContato(refused, 0, "A", "", "P", "", 1, 2, 0, 0, 0, 0, 0, 9, 0, 0, -3,
-                                 sql);
-            }));
-  EXPECT_EQ(insert, sql);
   EXPECT_THROW(Dados::DataHora(refused), VornError);  // no version row: no server clock
 }
 
