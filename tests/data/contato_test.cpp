@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -38,58 +37,40 @@ SqlRowSet telefones(int64_t celular) {
             SqlValue::integer(celular)}}};
 }
 
-// The INSERT each form sends on Oracle and SQL Server inside the lead's transaction (the
-// numbering's own statements are the numbering tests' business).
-TEST(NovoContato, InsertsOnOracleAndSqlServer) {
-  struct Caso {
-    const char* driver;
-    test::Answers respostas;
-    std::function<int32_t(SqlConnection&)> grava;
-    int32_t esperado;
-    std::string insert;
-  };
-  const test::Answers sequencia = {
-      {"select SEQUENCE_NAME", singleValue("SEQUENCE_NAME", SqlValue::text("CAC_CONTATOE1R2"))},
-      {"select CAC_CONTATOE1R2.nextval", test::numero(81)}};
-  auto oracle = [&](test::Answers extra) {
-    extra.insert(extra.end(), sequencia.begin(), sequencia.end());
-    return extra;
-  };
-  const std::string curto = "INSERT INTO CAC_CONTATO (" + kColunas +
-                            "ORIGEM, DDD_1, TELEFONE_1, MELHOR_TELEFONE, DDD_2, TELEFONE_2, "
-                            "TIPO_TRAFEGO)  VALUES (1, 2, 80, TO_DATE('06/03/2024 09:10:11',"
-                            "'dd/mm/yyyy HH24:MI:SS'), 'A', ";
-  const SqlRowSet agora = singleValue("X", SqlValue::text("06/03/2024 09:10:11"));
-  // clang-format off
-  const Caso casos[] = {
-      {"ORACLE", oracle({{"select NOME", telefones(0)}}),
-       [](SqlConnection& c) {
-         return Geral::NovoContato(c, "A", "Lead Web", "P", "V", 3, 4, 5, 6, 7, 500, 8, 9, 1, 2,
-                                   test::leadDate());
-       },
-       80, "insert into CAC_CONTATO  (" + kCompletas + ") values (1,2,80,TO_DATE('05/03/2024 "
-       "14:07:09','dd/mm/yyyy HH24:MI:SS'),'A','Lead Web','P',3,4,5,6,7,7,500,8,9,NULL,'V',NULL,"
-       "NULL,NULL,11,33334444,1,21,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)"},
-      // The short form writes the server's clock and wider telephones (eleven digits are not).
-      {"ORACLE", oracle({{"select DDD_TELEFONE", telefones(11999998888)}, {"select TO_CHAR", agora}}),
-       [](SqlConnection& c) {
-         return Dados::NovoContato(c, test::leadDate(), "A", "Lead", "P", "V", 1, 2, 3, 4, 5, 6, 7,
-                                   500, 8, 9, 2);
-       },
-       80, curto + "'Lead', 'P', 3, 4, 5, 6, 7, 7, 500, 8, 9, 'V', 11, 33334444, 1, 21, null, 2)"},
-  };
-  // clang-format on
-  for (const Caso& c : casos) {
-    RecordingConnection connection(c.driver);
-    test::script(connection, c.respostas);
-    connection.beginTransaction();
-    EXPECT_EQ(c.esperado, c.grava(connection));
-    EXPECT_EQ(c.insert, connection.statements().back());
-    EXPECT_TRUE(connection.inTransaction());
-    EXPECT_EQ(0u, connection.pendingAnswers());
+// The INSERT each form sends on Oracle inside the lead's transaction (the numbering's own
+// statements are the numbering tests' business).
+TEST(NovoContato, InsertsOnOracle) {
+  RecordingConnection completa("ORACLE"), curta("ORACLE");
+  for (RecordingConnection* oracle : {&completa, &curta}) {
+    oracle->respond("select SEQUENCE_NAME",
+                    singleValue("SEQUENCE_NAME", SqlValue::text("CAC_CONTATOE1R2")));
+    oracle->respond("select CAC_CONTATOE1R2.nextval", test::numero(81));
+    oracle->beginTransaction();
   }
-  RecordingConnection refused("ORACLE");
-  EXPECT_THROW(Dados::DataHora(refused), VornError);  // no version row: no server clock
+  completa.respond("select NOME", telefones(0));
+  EXPECT_EQ(80, Geral::NovoContato(completa, "A", "Lead Web", "P", "V", 3, 4, 5, 6, 7, 500, 8, 9, 1,
+                                   2, test::leadDate()));
+  EXPECT_EQ("insert into CAC_CONTATO  (" + kCompletas +
+                ") values (1,2,80,TO_DATE('05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS'),'A',"
+                "'Lead Web','P',3,4,5,6,7,7,500,8,9,NULL,'V',NULL,NULL,NULL,11,33334444,1,21,NULL,"
+                "NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)",
+            completa.statements().back());
+  // The short form writes the server's clock and wider telephones (eleven digits are not).
+  curta.respond("select DDD_TELEFONE", telefones(11999998888));
+  curta.respond("select TO_CHAR", singleValue("X", SqlValue::text("06/03/2024 09:10:11")));
+  EXPECT_EQ(80, Dados::NovoContato(curta, test::leadDate(), "A", "Lead", "P", "V", 1, 2, 3, 4, 5, 6,
+                                   7, 500, 8, 9, 2));
+  EXPECT_EQ("INSERT INTO CAC_CONTATO (" + kColunas +
+                "ORIGEM, DDD_1, TELEFONE_1, MELHOR_TELEFONE, DDD_2, TELEFONE_2, TIPO_TRAFEGO)  "
+                "VALUES (1, 2, 80, TO_DATE('06/03/2024 09:10:11','dd/mm/yyyy HH24:MI:SS'), 'A', "
+                "'Lead', 'P', 3, 4, 5, 6, 7, 7, 500, 8, 9, 'V', 11, 33334444, 1, 21, null, 2)",
+            curta.statements().back());
+  for (RecordingConnection* oracle : {&completa, &curta}) {
+    EXPECT_TRUE(oracle->inTransaction());
+    EXPECT_EQ(0u, oracle->pendingAnswers());
+  }
+  RecordingConnection semVersao("ORACLE");
+  EXPECT_THROW(Dados::DataHora(semVersao), VornError);  // no version row: no server clock
 }
 
 // Customers 500 (8-digit landline, 9-digit mobile) and 501 (9-digit landline, 8-digit mobile).
@@ -186,13 +167,13 @@ TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
   const std::string vwb =
       "insert into VWB_PARAMETRO (EMPRESA, REVENDA, API_AUTOSERVICE_ATIVA) "
       "values (1, ";
-  for (const std::string& sql :
-       {categoria + "1, 'N', 'N', 4)", categoria + "2, 'N', 'S', 0)", categoria + "3, 'S', 'N', 7)",
-        categoria + "4, NULL, 'S', 8)", tipo + "10, 2)", tipo + "11, NULL)", vwb + "1, 'S')",
-        vwb + "2, 'N')", vwb + "4, NULL)",
-        std::string("insert into FAT_CLIENTE (CLIENTE, CATEGORIA) values (900, 3)")}) {
+  // clang-format off
+  for (const std::string& sql : {categoria + "1, 'N', 'N', 4)", categoria + "2, 'N', 'S', 0)",
+           categoria + "3, 'S', 'N', 7)", categoria + "4, NULL, 'S', 8)", tipo + "10, 2)",
+           tipo + "11, NULL)", vwb + "1, 'S')", vwb + "2, 'N')", vwb + "4, NULL)",
+           std::string("insert into FAT_CLIENTE (CLIENTE, CATEGORIA) values (900, 3)")})
     connection_->execute(sql);
-  }
+  // clang-format on
   for (const auto& [revenda, ativo] : {std::pair{1, true}, {2, false}, {3, false}, {4, false}})
     EXPECT_EQ(ativo, Retorna_AutoService_Ativo(*connection_, 1, revenda)) << revenda;
   // clang-format off
