@@ -234,7 +234,7 @@ TEST_F(ClienteProspect, WritesEveryPositionAndQuotesIntactOrFailsWithTheReason) 
       "NUMERO_ENDERECO COMPLEMENTO BAIRRO CIDADE UF CEP E_MAIL_CASA";
   const SqlRowSet rows = connection_->query("select * from FAT_CLIENTE order by CLIENTE");
   EXPECT_EQ(nome + "|S|-|05/03/2024 14:07:09|1|1|12|11|987654321|-|-|-|-|-|-|-|-|-|-|-|a@b.c",
-            test::linha(rows, colunas));
+            test::linha(rows, colunas));  // empty texts and zeros are NULL
   EXPECT_EQ(
       "O'HARA|S|0|05/03/2024 14:07:09|2|3|4|1|33334444|21|999998888|31|32323232|RUA A|10|"
       "AP 1|CENTRO|SAO PAULO|SP|01000-000|o'h@x.com",
