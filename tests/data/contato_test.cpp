@@ -1,5 +1,4 @@
-// The writers of a lead's records: contacts (full and short form), prospects with their
-// customer codes, and the paying sources of a service order.
+// The writers of a lead's records: contacts, prospects and a service order's paying sources.
 #include <gtest/gtest.h>
 
 #include <cmath>

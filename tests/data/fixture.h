@@ -1,5 +1,4 @@
-// What the data suite's tests share: a scratch Firebird database per suite, the recording
-// connection's vocabulary and the lead's date.
+// What the data suite's tests share: a scratch database per suite, recording-connection helpers.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// Numbering: Oracle, SQL Server and the application server statement by statement through the
-// recording connection; the counter table, its transactions and concurrent drawers on Firebird.
+// Numbering: Oracle, SQL Server and the application server statement by statement; the counter
+// table, its transactions and concurrent drawers on a real database.
 #include "vornleads/data/numeracao.h"
 
 #include <gtest/gtest.h>
