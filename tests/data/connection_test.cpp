@@ -6,7 +6,6 @@
 #include <chrono>
 #include <filesystem>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -102,8 +101,7 @@ TEST_F(OnFirebird, TransactionsCommitAndRollBackTogether) {
   EXPECT_EQ(1, count(*other, "ID = 30"));  // outside a transaction: visible at once
   EXPECT_EQ("No transaction is open on this connection", outcome([&] { connection_->commit(); }));
   connection_->beginTransaction();
-  EXPECT_EQ("A transaction is already open on this connection",
-            outcome([&] { connection_->beginTransaction(); }));
+  EXPECT_THROW(connection_->beginTransaction(), VornError);
   connection_->execute("INSERT INTO VALORES (ID) VALUES (40)");
   EXPECT_EQ(1, count(*connection_, "ID = 40"));
   EXPECT_EQ(0, count(*other, "ID = 40"));
@@ -278,8 +276,7 @@ TEST_F(OnFirebird, DmsApiRequestsBodiesErrorsAndRefusedConnections) {
     res.set_content(req.has_header("Authorization") ? "auth" : "anon", "text/plain");
   };
   api.server_.Post("/VornDMS/api/VornDMS/clientes/10", guarda);
-  api.server_.Put("/arquivo", guarda);
-  api.server_.Get("/api/estoque", [](const httplib::Request&, httplib::Response& res) {
+  api.server_.Get("/estoque", [](const httplib::Request&, httplib::Response& res) {
     res.status = 500;
     res.set_content("falha interna " + std::string(400, 'x'), "text/plain");
   });
@@ -300,20 +297,14 @@ TEST_F(OnFirebird, DmsApiRequestsBodiesErrorsAndRefusedConnections) {
   EXPECT_EQ("Endereço da API do VornDMS não informado",
             outcome([&] { dm.RequisicaoVornDMS("GET", "x", "", 9, 9, 404); }));
   setDeCript(nullptr);
-  EXPECT_EQ("abc", DeCript("abc"));
 
-  std::istringstream stream(std::string("PDF\0bin", 7));
-  EXPECT_EQ("auth",
-            RequisicaoVornDMSUtils(api.base(), "PUT", "arquivo", "{}", "u", "p", 1, &stream));
-  EXPECT_EQ(std::string("PDF\0bin", 7), recebida.body);
-  EXPECT_EQ("application/octet-stream", recebida.get_header_value("Content-Type"));
-  EXPECT_EQ("Requisição à API do VornDMS (" + api.base() +
-                "/api/estoque): GET respondido com "
-                "HTTP 500\r\nfalha interna " +
+  const std::string estoque = api.base() + "/estoque";  // one "/" between the parts
+  EXPECT_EQ("Requisição à API do VornDMS (" + estoque +
+                "): GET respondido com HTTP 500\r\n"
+                "falha interna " +
                 std::string(300 - 14, 'x') + "...",
             outcome([&] {
-              RequisicaoVornDMSUtils(api.base() + "/api/", "GET", "estoque", "", "", "", 1,
-                                     nullptr);
+              RequisicaoVornDMSUtils(api.base() + "//", "", "/estoque", "", "", "", 1, nullptr);
             }));
   std::string fechado;
   {

@@ -27,10 +27,6 @@ inline SqlRowSet numero(int64_t value) {
   return singleValue("PROXIMO_NUMERO", SqlValue::integer(value));
 }
 
-inline void script(RecordingConnection& connection, const Answers& answers) {
-  for (const auto& [prefix, rows] : answers) connection.respond(prefix, rows);
-}
-
 // What `call` returns, as text ("no error" when it returns nothing), or the message of the
 // VornError it raises.
 template <typename Call>
@@ -57,13 +53,11 @@ inline std::string collapsed(const std::string& text) {
 
 // The named columns (blank-separated) of the first row, joined with "|", "-" for NULL.
 inline std::string linha(const SqlRowSet& rows, const std::string& columns) {
-  std::string text;
-  for (size_t start = 0; start <= columns.size();) {
-    size_t end = columns.find(' ', start);
-    if (end == std::string::npos) end = columns.size();
-    const SqlValue& value = rows.value(0, columns.substr(start, end - start));
-    text += (start == 0 ? "" : "|") + (value.isNull() ? "-" : value.asString());
-    start = end + 1;
+  std::istringstream names(columns);
+  std::string text, name;
+  for (bool first = true; names >> name; first = false) {
+    const SqlValue& value = rows.value(0, name);
+    text += (first ? "" : "|") + (value.isNull() ? "-" : value.asString());
   }
   return text;
 }

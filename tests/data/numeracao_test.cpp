@@ -66,7 +66,6 @@ TEST(Numeracao, StatementByStatementOnOracleSqlServerAndTheApplicationServer) {
     Statements sql;
     bool remoto = false;
     Statements servidor = {};  // the application server's calls
-    std::string recusa = {};
   };
   const std::string ordem = " where EMPRESA  = 1 and   REVENDA  = 1 and   NRO_OS   = 12";
   const std::string seqContato =
@@ -113,16 +112,16 @@ TEST(Numeracao, StatementByStatementOnOracleSqlServerAndTheApplicationServer) {
       {"remote: a refused statement rolls the server's transaction back", "Firebird", {},
        "OFI_ORCAMENTO", "ORCAMENTO", 1, true,
        "O servidor de aplicação não executou o comando:\r\n" + insert, {kLer + orcamento},
-       true, {"IniciaTransacao", insert, "RollbackTransacao"}, "insert"},
+       true, {"IniciaTransacao", insert, "RollbackTransacao"}},
   };
   // clang-format on
   for (const Caso& c : casos) {
     SCOPED_TRACE(c.nome);
     auto remote = std::make_shared<RecordingRemote>();
-    remote->refuse = c.recusa;
+    remote->refuse = "insert";
     if (c.remoto) setHostSettings({"DATASNAP", "servidor-aplicacao", remote});
     RecordingConnection connection(c.driver);
-    test::script(connection, c.respostas);
+    for (const auto& [prefix, rows] : c.respostas) connection.respond(prefix, rows);
     const std::string resultado = test::outcome([&] {
       return BuscaProximoNumero(connection, 1, 1, c.tabela, c.numerador, c.quantidade, c.transacao);
     });
