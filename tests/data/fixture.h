@@ -18,14 +18,11 @@
 namespace vornleads::test {
 
 using Statements = std::vector<std::string>;
-// Scripted answers of a recording connection: statement prefix and rows, in order.
 using Answers = std::vector<std::pair<std::string, SqlRowSet>>;
 
 inline TDateTime leadDate() { return EncodeDateTime({2024, 3, 5, 14, 7, 9, 0}); }
 
-inline SqlRowSet numero(int64_t value) {
-  return singleValue("PROXIMO_NUMERO", SqlValue::integer(value));
-}
+inline SqlRowSet numero(int64_t n) { return singleValue("PROXIMO_NUMERO", SqlValue::integer(n)); }
 
 // What `call` returns, as text ("no error" when it returns nothing), or the message of the
 // VornError it raises.

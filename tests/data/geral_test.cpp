@@ -25,11 +25,6 @@ TDateTime march5(int hour, int minute, int second, int millisecond) {
   return EncodeDateTime({2024, 3, 5, hour, minute, second, millisecond});
 }
 
-// Text that is no date raises ConversionError naming it.
-std::string dateError(const std::string& text) {
-  return "\"" + text + "\" is not a valid date and time";
-}
-
 TEST(BuscaBanco, MapsDriverNamesExactly) {
   // clang-format off
   const Pairs casos = {{"MSSQL", "SQLSERVER"}, {"DevartSQLServer", "SQLSERVER"}, {"ORACLE", "ORACLE"},
@@ -84,7 +79,8 @@ TEST(DataHora, FromRegionalTextAndParts) {
   // clang-format on
   for (const auto& c : casos) EXPECT_EQ(c[2], DataHoraStrPSql(c[0], c[1])) << c[0];
   for (const std::string text : {"31/02/2024", "00", " 0", "2024-03-05", "amanhã"})
-    EXPECT_EQ(dateError(text), test::outcome([&] { DataHoraStrPSql(text, "INTERBASE"); }));
+    EXPECT_EQ("\"" + text + "\" is not a valid date and time",
+              test::outcome([&] { DataHoraStrPSql(text, "INTERBASE"); }));
   // Two-digit years are widened at 50; the last instant of a day stays in that day.
   const TDateTime last = EncodeDate(2024, 2, 29) + 86399999.6 / 86400000.0;
   // clang-format off
@@ -126,7 +122,8 @@ TEST(Literals, TestaCampoAndAddSQL) {
       {"x", "a", "", ""}, {"x", "", "", ""}, {"31/02/2024", "h", "", ""}};  // unknown kinds
   // clang-format on
   for (const auto& c : add) EXPECT_EQ(c[3], AddSQL(c[0], c[1], c[2])) << c[0] << " " << c[1];
-  EXPECT_EQ(dateError("31/02/2024"), test::outcome([] { AddSQL("31/02/2024", "H", ""); }));
+  EXPECT_EQ("\"31/02/2024\" is not a valid date and time",
+            test::outcome([] { AddSQL("31/02/2024", "H", ""); }));
 }
 
 TEST(Filters, SQLEmpresaRevendaAndSQLChaveComposta) {
