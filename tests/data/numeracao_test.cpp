@@ -20,7 +20,6 @@ namespace {
 using test::numero;
 using test::RecordingConnection;
 using test::singleValue;
-const char* const kVersao = "select SERVERPROPERTY('productversion') VERSAO";
 using test::Statements;
 
 class RecordingRemote : public RemoteServerConnection {
@@ -40,6 +39,7 @@ std::string where(const std::string& numerador, const std::string& tabela) {
          "' and   TABELA    = '" + tabela + "'";
 }
 const std::string kLer = "select PROXIMO_NUMERO from GER_NUMERADOR";
+const char* const kVersao = "select SERVERPROPERTY('productversion') VERSAO";
 std::string cria(const std::string& nome, int inicio) {
   return "create sequence " + nome + " minvalue 1 maxvalue 999999999 start with " +
          std::to_string(inicio) + " increment by 1 cache 20";
