@@ -122,14 +122,14 @@ TEST_F(LeadWriters, BothContactFormsWriteTheirColumnsAndGuardTheTelephones) {
       EXPECT_LT(std::fabs(row.value(0, "DTA_CONTATO").asDateTime() - Now()), 1.0 / 24);
       esperado += row.value(0, "DTA_CONTATO").asString();
     }
-    EXPECT_EQ(esperado, test::linha(row,
-                                    "DDD_1 TELEFONE_1 MELHOR_TELEFONE DDD_2 TELEFONE_2 "
-                                    "TIPO_TRAFEGO DES_CONTATO DTA_CONTATO"));
+    EXPECT_EQ(esperado, linha(row,
+                              "DDD_1 TELEFONE_1 MELHOR_TELEFONE DDD_2 TELEFONE_2 "
+                              "TIPO_TRAFEGO DES_CONTATO DTA_CONTATO"));
     EXPECT_EQ("A|P|3|4|5|6|7|7|8|9|B",
-              test::linha(row,
-                          "SITUACAO ATIVO_PASSIVO DEPARTAMENTO TIPO_CONTATO SUB_TIPO_CONTATO "
-                          "USUARIO_ABRIU USUARIO_ENCAMINHADO_ORIGINAL USUARIO_ENCAMINHADO "
-                          "FORMA_CONTATO ORIGEM_TRAFEGO ORIGEM"));
+              linha(row,
+                    "SITUACAO ATIVO_PASSIVO DEPARTAMENTO TIPO_CONTATO SUB_TIPO_CONTATO "
+                    "USUARIO_ABRIU USUARIO_ENCAMINHADO_ORIGINAL USUARIO_ENCAMINHADO "
+                    "FORMA_CONTATO ORIGEM_TRAFEGO ORIGEM"));
   }
   EXPECT_EQ(2, completa(11, 500, test::leadDate()));  // the counter moved on
 }
@@ -206,9 +206,8 @@ TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
     }
     const std::string ultima = GravaFontePagadoraVW(*connection_, 1, 1, contato);
     EXPECT_NE(std::string::npos, std::string(ultimas).find("|" + ultima + "|")) << n;
-    EXPECT_EQ(
-        fontes,
-        test::linha(connection_->query("select * from OFI_ORDEM_SERVICO where CONTATO = " + n),
+    EXPECT_EQ(fontes,
+              linha(connection_->query("select * from OFI_ORDEM_SERVICO where CONTATO = " + n),
                     "FONTE_PAGADORA_EXT FONTE_PAGADORA_INT FONTE_PAGADORA_GAR FONTE_PAGADORA_REV"));
   }
 }
@@ -234,11 +233,11 @@ TEST_F(ClienteProspect, WritesEveryPositionAndQuotesIntactOrFailsWithTheReason) 
       "NUMERO_ENDERECO COMPLEMENTO BAIRRO CIDADE UF CEP E_MAIL_CASA";
   const SqlRowSet rows = connection_->query("select * from FAT_CLIENTE order by CLIENTE");
   EXPECT_EQ(nome + "|S|-|05/03/2024 14:07:09|1|1|12|11|987654321|-|-|-|-|-|-|-|-|-|-|-|a@b.c",
-            test::linha(rows, colunas));  // empty texts and zeros are NULL
+            linha(rows, colunas));  // empty texts and zeros are NULL
   EXPECT_EQ(
       "O'HARA|S|0|05/03/2024 14:07:09|2|3|4|1|33334444|21|999998888|31|32323232|RUA A|10|"
       "AP 1|CENTRO|SAO PAULO|SP|01000-000|o'h@x.com",
-      test::linha(SqlRowSet{rows.columns, {rows.rows.at(1)}}, colunas));
+      linha(SqlRowSet{rows.columns, {rows.rows.at(1)}}, colunas));
   EXPECT_EQ(0, grava(1, std::string(200, 'X')));  // NOME holds 150 characters: the database's
   EXPECT_EQ(0u, Dados::MensagemErroException.find("arithmetic exception"));  // reason, no SQL
   EXPECT_EQ(703, grava(1));  // a later success clears the reason
