@@ -180,7 +180,7 @@ TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
   const std::tuple<int, const char*, Statements, const char*, std::string> casos[] = {
       // category, insurer, requests (TIPO_SERVICO, TIPO_SERVICO_OS), the answers accepted,
       // EXT|INT|GAR|REV written ("?": the answer)
-      {2, "NULL", {"10, 'E'", "11, 'I'"}, "|2|0|", "2|0|-|-"},  // fleet without a source: the type's
+      {2, "NULL", {"10, 'E'", "11, 'I'"}, "|2|0|", "2|0|-|-"},  // fleet, no source: the type's
       {2, "900", {"10, 'G'"}, "|7|", "-|-|7|-"},                // the attendance's insurer first
       {4, "900", {"10, 'R'"}, "|8|", "-|-|-|8"},                // a special category with a source
       {1, "NULL", {"10, 'E'", "11, 'I'"}, "|2|4|", "2|4|-|-"},  // an ordinary one does not win
@@ -255,7 +255,7 @@ TEST_F(ClienteProspect, CodesAreUniqueAcrossCompaniesAndAboveEveryExistingCustom
       {"customers numbered elsewhere", {cliente + "3)", cliente + "500)"}, 501},
       {"counter behind", {contador + "0,0,'CLIENTE','FAT_CLIENTE',10)", cliente + "40)"}, 41},
       {"counter null", {contador + "0,0,'CLIENTE','FAT_CLIENTE',null)", cliente + "7)"}, 8},
-      {"per-branch counter of old", {contador + "1,1,'CLIENTE','FAT_CLIENTE',5)", cliente + "9)"}, 10},
+      {"old per-branch counter", {contador + "1,1,'CLIENTE','FAT_CLIENTE',5)", cliente + "9)"}, 10},
       {"counter ahead", {contador + "0,0,'CLIENTE','FAT_CLIENTE',100)", cliente + "9)"}, 100},
       {"counter that is not a number",
        {"alter table GER_NUMERADOR alter column PROXIMO_NUMERO type varchar(20)",

@@ -27,9 +27,10 @@ TDateTime march5(int hour, int minute, int second, int millisecond) {
 
 TEST(BuscaBanco, MapsDriverNamesExactly) {
   // clang-format off
-  const Pairs casos = {{"MSSQL", "SQLSERVER"}, {"DevartSQLServer", "SQLSERVER"}, {"ORACLE", "ORACLE"},
-                       {"DevartOracle", "ORACLE"}, {"Firebird", "INTERBASE"}, {"Oracle", "Oracle"},
-                       {"DevartInterBase", "INTERBASE"}, {"FIREBIRD", "FIREBIRD"}, {"", ""}};
+  const Pairs casos = {{"MSSQL", "SQLSERVER"}, {"DevartSQLServer", "SQLSERVER"}, {"", ""},
+                       {"ORACLE", "ORACLE"}, {"DevartOracle", "ORACLE"}, {"Oracle", "Oracle"},
+                       {"Firebird", "INTERBASE"}, {"DevartInterBase", "INTERBASE"},
+                       {"FIREBIRD", "FIREBIRD"}};
   // clang-format on
   for (const auto& [driver, banco] : casos)
     EXPECT_EQ(banco, BuscaBanco(test::RecordingConnection(driver))) << driver;
@@ -117,7 +118,8 @@ TEST(Literals, TestaCampoAndAddSQL) {
       {"", "A", "ORACLE", "NULL,"}, {"", "X", "", "NULL,"}, {"-3", "Numero", "", "-3,"},
       {"D'Avila", "Alfanumérico", "", "'D'Avila',"},  // quotes are not doubled
       {"1.234,56", "F", "", "1234.56,"}, {"1.234.567", "F", "", "1234567,"},
-      {"1,2,3", "F", "", "1.2,3,"}, {"05/03/2024", "H", "ORACLE", "TO_DATE('05/03/2024','dd/mm/yyyy'),"},
+      {"1,2,3", "F", "", "1.2,3,"},
+      {"05/03/2024", "H", "ORACLE", "TO_DATE('05/03/2024','dd/mm/yyyy'),"},
       {"05/03/2024 14:07:09", "H", "SQLSERVER", "CAST('05-03-2024 14:07:09' AS DATETIME),"},
       {"x", "a", "", ""}, {"x", "", "", ""}, {"31/02/2024", "h", "", ""}};  // unknown kinds
   // clang-format on
