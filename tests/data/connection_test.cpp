@@ -113,6 +113,8 @@ TEST_F(OnFirebird, TransactionsCommitAndRollBackTogether) {
     Transaction transaction(*connection_);
     connection_->execute("INSERT INTO VALORES (ID) VALUES (43)");
   }  // rolled back by the scope
+  Transaction explicita(*connection_);
+  explicita.rollback();
   EXPECT_EQ(1, count(*other, "ID = 42"));
   EXPECT_EQ(0, count(*other, "ID = 43"));
   // A connection lost in the middle of a transaction leaves nothing.
