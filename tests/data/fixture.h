@@ -1,0 +1,86 @@
+// What the data suite's tests share: a scratch database per suite, recording-connection helpers.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "support/firebird_db.h"
+#include "support/recording_connection.h"
+#include "vornleads/error.h"
+#include "vornleads/text/datetime.h"
+
+namespace vornleads::test {
+
+using Statements = std::vector<std::string>;
+using Answers = std::vector<std::pair<std::string, SqlRowSet>>;
+
+inline TDateTime leadDate() { return EncodeDateTime({2024, 3, 5, 14, 7, 9, 0}); }
+
+inline SqlRowSet numero(int64_t n) { return singleValue("PROXIMO_NUMERO", SqlValue::integer(n)); }
+
+// What `call` returns, as text ("no error" when it returns nothing), or the message of the
+// VornError it raises.
+template <typename Call>
+std::string outcome(Call&& call) {
+  try {
+    if constexpr (std::is_void_v<decltype(call())>) {
+      call();
+      return "no error";
+    } else {
+      return std::to_string(call());
+    }
+  } catch (const VornError& error) {
+    return error.what();
+  }
+}
+
+// isql's output with every run of blanks and line ends made one blank.
+inline std::string collapsed(const std::string& text) {
+  std::istringstream in(text);
+  std::string word, result;
+  while (in >> word) result += (result.empty() ? "" : " ") + word;
+  return result;
+}
+
+// The named columns (blank-separated) of the first row, joined with "|", "-" for NULL.
+inline std::string linha(const SqlRowSet& rows, const std::string& columns) {
+  std::istringstream names(columns);
+  std::string text, name;
+  for (bool first = true; names >> name; first = false) {
+    const SqlValue& value = rows.value(0, name);
+    text += (first ? "" : "|") + (value.isNull() ? "-" : value.asString());
+  }
+  return text;
+}
+
+inline int64_t count(SqlConnection& connection, const std::string& sql) {
+  return connection.query(sql).rows.at(0).at(0).asInteger();
+}
+
+// One scratch database per suite (creating one costs about a second); each test gets a
+// connection of its own, inside a transaction that is rolled back when `inTransaction`.
+template <bool Sample, bool InTransaction>
+class FirebirdSuite : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { db_ = std::make_unique<TestDatabase>(Sample); }
+  static void TearDownTestSuite() { db_.reset(); }
+  void SetUp() override {
+    connection_ = db_->connect();
+    if (InTransaction) connection_->beginTransaction();
+  }
+  void TearDown() override {
+    if (connection_->inTransaction()) connection_->rollback();
+  }
+  int64_t count(const std::string& sql) { return test::count(*connection_, sql); }
+
+  static inline std::unique_ptr<TestDatabase> db_;
+  std::unique_ptr<SqlConnection> connection_;
+};
+
+}  // namespace vornleads::test
