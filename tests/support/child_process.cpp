@@ -60,15 +60,10 @@ int ChildProcess::wait(std::chrono::milliseconds timeout) {
   if (pid_ <= 0) return -1;
   int status = 0;
   const bool ended = waitUntil([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }, timeout);
-  if (!ended) {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
-    return -1;
-  }
+  if (!ended) kill(pid_, SIGKILL), waitpid(pid_, nullptr, 0);
   pid_ = -1;
-  if (WIFEXITED(status)) return WEXITSTATUS(status);
-  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+  return !ended ? -1 : WIFEXITED(status) ? WEXITSTATUS(status)
+                     : WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
 }
 
 std::string runOnTerminal(std::vector<std::string> args, int& status) {

@@ -8,7 +8,6 @@
 
 namespace vornleads::test {
 
-std::filesystem::path sourceDir() { return VORNLEADS_SOURCE_DIR; }
 std::filesystem::path binDir() { return VORNLEADS_BIN_DIR; }
 
 TempDir::TempDir(const std::string& prefix) {

@@ -6,8 +6,8 @@
 // attachment with a transaction of its own sharing this one's script and record).
 // Queries are answered from a script: the first answer whose prefix starts the statement wins;
 // respond() answers once, respondAlways() every time; no match answers an empty row set.
-// failOn() makes the next statement with the prefix raise DatabaseError(message, statement)
-// (failAlwaysOn() every one), checked before the answers, transaction words included.
+// failOn() makes the next statement with the prefix raise DatabaseError(message, statement),
+// checked before the answers, transaction words included.
 // Transactions follow the SqlConnection contract (one at a time, VornError otherwise).
 // Not thread-safe.
 #pragma once
@@ -32,16 +32,12 @@ class RecordingConnection : public SqlConnection {
   struct Sibling {};
 
  public:
-  // The second attachment of autonomous(); only this class can name Sibling.
   RecordingConnection(Sibling, std::string driverName, std::shared_ptr<Script> script);
 
   void respond(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, false); }
   void respondAlways(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, true); }
   void failOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
-    script_->failures.push_back({sqlPrefix, databaseMessage, false});
-  }
-  void failAlwaysOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
-    script_->failures.push_back({sqlPrefix, databaseMessage, true});
+    script_->failures.push_back({sqlPrefix, databaseMessage});
   }
   // What execute() returns (default -1, "unknown").
   void setAffectedRows(int64_t rows) { script_->affectedRows = rows; }
@@ -51,7 +47,7 @@ class RecordingConnection : public SqlConnection {
 
   const std::vector<std::string>& statements() const { return script_->statements; }
   void clearStatements() { script_->statements.clear(); }
-  // Scripted answers and failures not used yet (sticky ones stay).
+  // Scripted answers and failures not used yet (respondAlways() ones stay).
   size_t pendingAnswers() const { return script_->answers.size() + script_->failures.size(); }
 
   std::string driverName() const override { return driverName_; }
@@ -71,9 +67,7 @@ class RecordingConnection : public SqlConnection {
     bool sticky = false;
   };
   struct Failure {
-    std::string prefix;
-    std::string message;
-    bool sticky = false;
+    std::string prefix, message;
   };
   // What every attachment of one fake database shares.
   struct Script {
