@@ -196,7 +196,6 @@ inline std::string soapEnvelope(const std::string& operation, const std::string&
          "></SOAP-ENV:Body></SOAP-ENV:Envelope>";
 }
 
-// POSTs a body to the SOAP endpoint with the given SOAPAction and Content-Type.
 inline SoapExchange postRaw(const SandboxProcess& sandbox, const std::string& soapAction,
                             const std::string& contentType, const std::string& body) {
   httplib::Client client(sandbox.baseUrl());
@@ -223,7 +222,7 @@ inline std::string soapResult(const std::string& body) {
   return "";
 }
 
-// The reply of a call answered with HTTP 200.
+// The reply of a call, which must be answered with HTTP 200.
 inline std::string replyOf(const SandboxProcess& sandbox, const std::string& operation,
                            const std::string& parametros) {
   const SoapExchange exchange = callSoap(sandbox, operation, parametros);

@@ -157,17 +157,14 @@ TEST_F(CliServeTest, SigtermInTheMiddleOfACycleOrAPassLetsTheLeadInHandFinish) {
     EXPECT_NE(process->err().find(", stopped by SIGTERM\n"), std::string::npos);
     // Every contact has its link and its customer, every link its contact, and no journal row
     // is left being sent.
-    const std::string same =
-        " WHERE L.EMPRESA = C.EMPRESA AND L.REVENDA = C.REVENDA AND "
-        "L.CONTATO = C.CONTATO)";
-    EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO C WHERE NOT EXISTS (SELECT 1 FROM "
-                    "CAC_LEAD_CONTATO L" +
-                    same),
-              0);
-    EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO L WHERE NOT EXISTS (SELECT 1 FROM "
-                    "CAC_CONTATO C" +
-                    same),
-              0);
+    const std::string same = " WHERE L.EMPRESA = C.EMPRESA AND L.REVENDA = C.REVENDA AND "
+                             "L.CONTATO = C.CONTATO)";
+    for (const auto& [outer, inner] : {std::pair{"CAC_CONTATO C", "CAC_LEAD_CONTATO L"},
+                                       std::pair{"CAC_LEAD_CONTATO L", "CAC_CONTATO C"}}) {
+      EXPECT_EQ(count(std::string("SELECT COUNT(*) FROM ") + outer +
+                      " WHERE NOT EXISTS (SELECT 1 FROM " + inner + same),
+                0);
+    }
     EXPECT_EQ(count("SELECT COUNT(*) FROM FAT_CLIENTE"),
               count("SELECT COUNT(*) FROM CAC_CONTATO WHERE CLIENTE IS NOT NULL"));
     EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_ATUALIZACOES_LEADVW WHERE DESCRICAO_ERRO = "

@@ -565,9 +565,8 @@ class FirebirdServer {
     isql("create database '" + root + "/security3.fdb';\ncreate user SYSDBA password '" +
              kPassword + "' using plugin Srp;\ncommit;\n",
          "-user SYSDBA");
-    server_.emplace(std::vector<std::string>{"/usr/bin/env", "FIREBIRD=" + root,
-                                             "FIREBIRD_LOCK=" + root + "/lock",
-                                             "FIREBIRD_TMP=" + root, "/usr/sbin/firebird"});
+    server_.emplace(
+        std::vector<std::string>{"/bin/sh", "-c", environment_ + " exec /usr/sbin/firebird"});
     if (!ChildProcess::waitUntil([this] { return listening(); }, std::chrono::seconds(10)))
       throw std::runtime_error("the Firebird server did not start:\n" + server_->err());
   }
