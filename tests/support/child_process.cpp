@@ -15,11 +15,19 @@
 extern char** environ;
 
 namespace vornleads::test {
+namespace {
 
-ChildProcess::ChildProcess(std::vector<std::string> args) {
+std::vector<char*> argvOf(std::vector<std::string>& args) {
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  return argv;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(std::vector<std::string> args) {
+  std::vector<char*> argv = argvOf(args);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   const std::string out = (dir_ / "out").string();
@@ -67,9 +75,7 @@ int ChildProcess::wait(std::chrono::milliseconds timeout) {
 }
 
 std::string runOnTerminal(std::vector<std::string> args, int& status) {
-  std::vector<char*> argv;
-  for (auto& arg : args) argv.push_back(arg.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv = argvOf(args);
   int terminal = -1;
   const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
   if (pid < 0) throw std::runtime_error(std::string("forkpty: ") + std::strerror(errno));

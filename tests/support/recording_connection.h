@@ -1,15 +1,9 @@
 // RecordingConnection: a fake SqlConnection for what this machine cannot run on a real database
-// (Oracle, SQL Server sequences, server versions).
-//
-// Every statement sent, query or not, failing or not, is appended to statements() byte for
-// byte; transactions as "BEGIN", "COMMIT" and "ROLLBACK" ("BEGIN*"... on autonomous(), a second
-// attachment with a transaction of its own sharing this one's script and record).
-// Queries are answered from a script: the first answer whose prefix starts the statement wins;
-// respond() answers once, respondAlways() every time; no match answers an empty row set.
-// failOn() makes the next statement with the prefix raise DatabaseError(message, statement),
-// checked before the answers, transaction words included.
-// Transactions follow the SqlConnection contract (one at a time, VornError otherwise).
-// Not thread-safe.
+// (Oracle, SQL Server sequences, server versions). Every statement sent is appended to
+// statements(), transactions as "BEGIN", "COMMIT", "ROLLBACK" ("BEGIN*"... on autonomous(), which
+// shares this one's script). Queries are answered by the first scripted answer whose prefix
+// starts them (respond() once, respondAlways() every time), else with no rows; failOn() makes the
+// next statement with its prefix raise DatabaseError, transaction words included.
 #pragma once
 
 #include <cstdint>
