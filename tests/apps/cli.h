@@ -5,15 +5,11 @@
 
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <optional>
 #include <pugixml.hpp>
 #include <string>
 
 #include "support/firebird_db.h"
-#include "support/paths.h"
 #include "support/sandbox_process.h"
 
 namespace vornleads::test {
@@ -25,14 +21,12 @@ struct CliRun {
   std::string out, err;
 };
 
-// Runs a shell command line with `input` on its standard input.
+// Runs a shell command line to its end with `input` on its standard input.
 inline CliRun run(const std::string& command, const std::string& input = "") {
   TempDir dir("vornleads-run");
   writeFile(dir / "in", input);
-  const int raw = std::system((command + " <" + (dir / "in").string() + " >" +
-                               (dir / "out").string() + " 2>" + (dir / "err").string())
-                                  .c_str());
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+  ChildProcess process({"/bin/sh", "-c", command + " <" + (dir / "in").string()});
+  return {process.wait(std::chrono::minutes(10)), process.out(), process.err()};
 }
 
 inline void expectRun(const CliRun& run, int status, const std::string& out,
@@ -107,19 +101,12 @@ class CliTest : public ::testing::Test {
   }
   // bin/vornleads once per argument list (options included), all at the same moment.
   std::vector<CliRun> atOnce(const std::vector<std::string>& arguments) {
-    std::string script;
-    for (size_t n = 0; n < arguments.size(); ++n) {
-      const std::string base = (scratch_ / std::to_string(n)).string();
-      script += "(" + (binDir() / "vornleads").string() + " " + arguments[n] + " >" + base +
-                ".out 2>" + base + ".err; echo $? >" + base + ".status) & ";
-    }
-    EXPECT_EQ(std::system((script + "wait").c_str()), 0);
+    std::vector<std::unique_ptr<ChildProcess>> processes;
+    for (const std::string& a : arguments)
+      processes.push_back(std::make_unique<ChildProcess>(
+          std::vector<std::string>{"/bin/sh", "-c", (binDir() / "vornleads").string() + " " + a}));
     std::vector<CliRun> runs;
-    for (size_t n = 0; n < arguments.size(); ++n) {
-      const std::string base = std::to_string(n);
-      runs.push_back({std::stoi(readFile(scratch_ / (base + ".status"))),
-                      readFile(scratch_ / (base + ".out")), readFile(scratch_ / (base + ".err"))});
-    }
+    for (auto& p : processes) runs.push_back({p->wait(std::chrono::minutes(10)), p->out(), p->err()});
     return runs;
   }
 
@@ -186,8 +173,7 @@ class CliTest : public ::testing::Test {
 // --- the sandbox over SOAP, written by hand --------------------------------------------------
 
 struct SoapExchange {
-  bool transportFailed = false;  // no complete HTTP reply came back
-  int status = 0;
+  int status = 0;  // 0: no complete HTTP reply came back
   std::string contentType, body;
 };
 
@@ -210,15 +196,14 @@ inline std::string soapEnvelope(const std::string& operation, const std::string&
          "></SOAP-ENV:Body></SOAP-ENV:Envelope>";
 }
 
-// POSTs a body to the SOAP endpoint with the given SOAPAction and Content-Type.
 inline SoapExchange postRaw(const SandboxProcess& sandbox, const std::string& soapAction,
                             const std::string& contentType, const std::string& body) {
   httplib::Client client(sandbox.baseUrl());
   client.set_read_timeout(std::chrono::seconds(30));
   const auto result = client.Post(sandbox.url().substr(sandbox.baseUrl().size()).c_str(),
                                   {{"SOAPAction", soapAction}}, body, contentType.c_str());
-  if (!result) return {true, 0, "", ""};
-  return {false, result->status, result->get_header_value("Content-Type"), result->body};
+  if (!result) return {};
+  return {result->status, result->get_header_value("Content-Type"), result->body};
 }
 
 inline SoapExchange callSoap(const SandboxProcess& sandbox, const std::string& operation,
@@ -237,7 +222,7 @@ inline std::string soapResult(const std::string& body) {
   return "";
 }
 
-// The reply of a call answered with HTTP 200.
+// The reply of a call, which must be answered with HTTP 200.
 inline std::string replyOf(const SandboxProcess& sandbox, const std::string& operation,
                            const std::string& parametros) {
   const SoapExchange exchange = callSoap(sandbox, operation, parametros);

@@ -15,11 +15,19 @@
 extern char** environ;
 
 namespace vornleads::test {
+namespace {
 
-ChildProcess::ChildProcess(std::vector<std::string> args) {
+std::vector<char*> argvOf(std::vector<std::string>& args) {
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  return argv;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(std::vector<std::string> args) {
+  std::vector<char*> argv = argvOf(args);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   const std::string out = (dir_ / "out").string();
@@ -60,21 +68,14 @@ int ChildProcess::wait(std::chrono::milliseconds timeout) {
   if (pid_ <= 0) return -1;
   int status = 0;
   const bool ended = waitUntil([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }, timeout);
-  if (!ended) {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
-    return -1;
-  }
+  if (!ended) kill(pid_, SIGKILL), waitpid(pid_, nullptr, 0);
   pid_ = -1;
-  if (WIFEXITED(status)) return WEXITSTATUS(status);
-  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+  return !ended ? -1 : WIFEXITED(status) ? WEXITSTATUS(status)
+                     : WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
 }
 
 std::string runOnTerminal(std::vector<std::string> args, int& status) {
-  std::vector<char*> argv;
-  for (auto& arg : args) argv.push_back(arg.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv = argvOf(args);
   int terminal = -1;
   const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
   if (pid < 0) throw std::runtime_error(std::string("forkpty: ") + std::strerror(errno));

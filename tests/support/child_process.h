@@ -1,6 +1,5 @@
-// ChildProcess: a program started by a test that keeps running beside it (vornleads serve),
-// its standard output and error written to files; err() reads the latter while it runs.
-// The destructor kills (SIGKILL) and reaps a child still running. Not copyable.
+// ChildProcess: args[0] run beside the test, its standard output and error written to files that
+// out() and err() read while it runs; the destructor kills (SIGKILL) and reaps it.
 #pragma once
 
 #include <sys/types.h>
@@ -16,13 +15,14 @@ namespace vornleads::test {
 
 class ChildProcess {
  public:
-  // Starts args[0] with args; std::runtime_error when it cannot be started.
   explicit ChildProcess(std::vector<std::string> args);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
+  std::string out() const { return readFile(dir_ / "out"); }
   std::string err() const { return readFile(dir_ / "err"); }
+  pid_t pid() const { return pid_; }
   // Polls `done` every 50 ms until it holds (true) or the time-out passes (false).
   static bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
   void signal(int number) const;

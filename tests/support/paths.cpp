@@ -1,24 +1,20 @@
 #include "support/paths.h"
 
+#include <stdlib.h>
+
 #include <cstdio>
 #include <fstream>
-#include <random>
 #include <sstream>
 #include <stdexcept>
 
 namespace vornleads::test {
 
-std::filesystem::path sourceDir() { return VORNLEADS_SOURCE_DIR; }
 std::filesystem::path binDir() { return VORNLEADS_BIN_DIR; }
 
 TempDir::TempDir(const std::string& prefix) {
-  std::mt19937_64 random(std::random_device{}());
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    path_ = std::filesystem::temp_directory_path() /
-            (prefix + "-" + std::to_string(random() % 1000000000));
-    if (std::filesystem::create_directory(path_)) return;
-  }
-  throw std::runtime_error("could not create a temporary directory for " + prefix);
+  std::string pattern = (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a directory " + pattern);
+  path_ = pattern;
 }
 
 TempDir::~TempDir() {

@@ -6,12 +6,10 @@
 
 namespace vornleads::test {
 
-// The project's source tree and the directory holding the built programs and VornLeadsVW.dll.
-std::filesystem::path sourceDir();
+// The directory holding the built programs and VornLeadsVW.dll.
 std::filesystem::path binDir();
 
-// A fresh directory under the system's temporary directory, removed with everything in it
-// when the object goes out of scope.
+// A fresh temporary directory, removed with everything in it with the object.
 class TempDir {
  public:
   explicit TempDir(const std::string& prefix = "vornleads-test");
@@ -29,8 +27,7 @@ class TempDir {
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& content);
 
-// Runs a shell command and returns its standard output and error together; std::runtime_error
-// with that output when it does not exit with status 0.
+// A shell command's output and error together; std::runtime_error with them on a non-zero exit.
 std::string commandOutput(const std::string& command);
 
 }  // namespace vornleads::test

@@ -36,7 +36,7 @@ void RecordingConnection::send(const std::string& sql) {
   auto failure = firstMatch(script_->failures, sql);
   if (failure == script_->failures.end()) return;
   const std::string message = failure->message;
-  if (!failure->sticky) script_->failures.erase(failure);
+  script_->failures.erase(failure);
   throw DatabaseError(message, sql);
 }
 

@@ -1,15 +1,9 @@
 // RecordingConnection: a fake SqlConnection for what this machine cannot run on a real database
-// (Oracle, SQL Server sequences, server versions).
-//
-// Every statement sent, query or not, failing or not, is appended to statements() byte for
-// byte; transactions as "BEGIN", "COMMIT" and "ROLLBACK" ("BEGIN*"... on autonomous(), a second
-// attachment with a transaction of its own sharing this one's script and record).
-// Queries are answered from a script: the first answer whose prefix starts the statement wins;
-// respond() answers once, respondAlways() every time; no match answers an empty row set.
-// failOn() makes the next statement with the prefix raise DatabaseError(message, statement)
-// (failAlwaysOn() every one), checked before the answers, transaction words included.
-// Transactions follow the SqlConnection contract (one at a time, VornError otherwise).
-// Not thread-safe.
+// (Oracle, SQL Server sequences, server versions). Every statement sent is appended to
+// statements(), transactions as "BEGIN", "COMMIT", "ROLLBACK" ("BEGIN*"... on autonomous(), which
+// shares this one's script). Queries are answered by the first scripted answer whose prefix
+// starts them (respond() once, respondAlways() every time), else with no rows; failOn() makes the
+// next statement with its prefix raise DatabaseError, transaction words included.
 #pragma once
 
 #include <cstdint>
@@ -32,16 +26,12 @@ class RecordingConnection : public SqlConnection {
   struct Sibling {};
 
  public:
-  // The second attachment of autonomous(); only this class can name Sibling.
   RecordingConnection(Sibling, std::string driverName, std::shared_ptr<Script> script);
 
   void respond(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, false); }
   void respondAlways(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, true); }
   void failOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
-    script_->failures.push_back({sqlPrefix, databaseMessage, false});
-  }
-  void failAlwaysOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
-    script_->failures.push_back({sqlPrefix, databaseMessage, true});
+    script_->failures.push_back({sqlPrefix, databaseMessage});
   }
   // What execute() returns (default -1, "unknown").
   void setAffectedRows(int64_t rows) { script_->affectedRows = rows; }
@@ -51,7 +41,7 @@ class RecordingConnection : public SqlConnection {
 
   const std::vector<std::string>& statements() const { return script_->statements; }
   void clearStatements() { script_->statements.clear(); }
-  // Scripted answers and failures not used yet (sticky ones stay).
+  // Scripted answers and failures not used yet (respondAlways() ones stay).
   size_t pendingAnswers() const { return script_->answers.size() + script_->failures.size(); }
 
   std::string driverName() const override { return driverName_; }
@@ -71,9 +61,7 @@ class RecordingConnection : public SqlConnection {
     bool sticky = false;
   };
   struct Failure {
-    std::string prefix;
-    std::string message;
-    bool sticky = false;
+    std::string prefix, message;
   };
   // What every attachment of one fake database shares.
   struct Script {

@@ -8,15 +8,13 @@
 // "descricao" ("Falha simulada"), "ms", "count" (1)}, or an array of them.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
-#include "support/paths.h"
+#include "support/child_process.h"
 
 namespace vornleads::test {
 
@@ -44,7 +42,7 @@ class SandboxProcess {
   // http(s)://127.0.0.1:PORT, the root of the test routes.
   const std::string& baseUrl() const { return baseUrl_; }
   int port() const { return port_; }
-  pid_t pid() const { return pid_; }
+  pid_t pid() const { return process_.pid(); }
 
   void addLeads(const Json& leads) { call("POST", "/sandbox/leads", &leads); }
   Json leads() const { return call("GET", "/sandbox/leads", nullptr); }
@@ -54,21 +52,19 @@ class SandboxProcess {
   void reset() { call("POST", "/sandbox/reset", nullptr); }
 
   // What the sandbox wrote on standard error so far (a line per call).
-  std::string log() const;
-  // SIGTERM, then SIGKILL when it is not gone within `grace`; the exit status, or 128 + the
-  // signal that ended it. A second call returns the first result.
+  std::string log() const { return process_.err(); }
+  // SIGTERM, then SIGKILL when it is not gone within `grace`: the exit status, 128 + the signal
+  // that ended it, or -1 when it had to be killed. A second call returns the first result.
   int stop(std::chrono::milliseconds grace = std::chrono::seconds(10));
 
  private:
   Json call(const std::string& method, const std::string& path, const Json* body) const;
 
-  TempDir dir_{"vornleads-sandbox"};
   std::optional<SandboxTls> tls_;
-  pid_t pid_ = -1;
-  int exitStatus_ = -1;
+  ChildProcess process_;
+  std::optional<int> exitStatus_;
   int port_ = 0;
-  std::string url_;
-  std::string baseUrl_;
+  std::string url_, baseUrl_;
 };
 
 }  // namespace vornleads::test

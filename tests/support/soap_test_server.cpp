@@ -38,11 +38,9 @@ SoapTestServer::SoapTestServer() {
   server_.Post("/.*", [this](const httplib::Request& request, httplib::Response& response) {
     Handler handler;
     {
-      std::unique_lock<std::mutex> lock(mutex_);
+      std::lock_guard<std::mutex> lock(mutex_);
       last_ = {request.path, request.body, {request.headers.begin(), request.headers.end()}};
-      ++count_;
       handler = handler_;
-      released_.wait(lock, [this] { return !holding_; });
     }
     if (handler) handler(request, response);
   });
@@ -52,7 +50,6 @@ SoapTestServer::SoapTestServer() {
 }
 
 SoapTestServer::~SoapTestServer() {
-  release();
   while (!server_.is_running()) std::this_thread::yield();
   server_.stop();
   thread_.join();
@@ -72,27 +69,9 @@ void SoapTestServer::answer(int status, const std::string& body, const std::stri
   });
 }
 
-void SoapTestServer::holdAnswers() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  holding_ = true;
-}
-
-void SoapTestServer::release() {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    holding_ = false;
-  }
-  released_.notify_all();
-}
-
 ReceivedRequest SoapTestServer::lastRequest() const {
   std::lock_guard<std::mutex> lock(mutex_);
   return last_;
-}
-
-int SoapTestServer::requestCount() const {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return count_;
 }
 
 DroppingServer::DroppingServer() {

@@ -5,7 +5,6 @@
 
 #include <httplib.h>
 
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -22,7 +21,6 @@ struct ReceivedRequest {
 
 class SoapTestServer {
  public:
-  // Fills the response from the received request.
   using Handler = std::function<void(const httplib::Request&, httplib::Response&)>;
 
   SoapTestServer();
@@ -30,29 +28,19 @@ class SoapTestServer {
   SoapTestServer(const SoapTestServer&) = delete;
   SoapTestServer& operator=(const SoapTestServer&) = delete;
 
-  // http://127.0.0.1:PORT/soap/IVornLeadsVW
   std::string url() const;
   void answer(Handler handler);
-  // Answers status and body as they are, under the given Content-Type.
   void answer(int status, const std::string& body,
               const std::string& contentType = "text/xml; charset=utf-8");
-  // Holds every answer until release() (or the end of the server).
-  void holdAnswers();
-  void release();
-
   ReceivedRequest lastRequest() const;
-  int requestCount() const;
 
  private:
   httplib::Server server_;
   int port_ = 0;
   std::thread thread_;
   mutable std::mutex mutex_;
-  std::condition_variable released_;
-  bool holding_ = false;
   Handler handler_;
   ReceivedRequest last_;
-  int count_ = 0;
 };
 
 // Accepts connections, reads the request and closes without a byte of answer.

@@ -1,7 +1,5 @@
-// A throw-away certificate authority for TLS tests, made with the openssl command line in a
-// temporary directory that goes with the object: the authority's certificate, and a server
-// certificate and key it signed for the given subject alternative names (for example
-// "IP:127.0.0.1" or "DNS:localhost"). Construction throws std::runtime_error when openssl fails.
+// A throw-away certificate authority made with openssl in a temporary directory: its PEM
+// certificate, and a server certificate and key it signed for the subject alternative names.
 #pragma once
 
 #include <filesystem>
@@ -15,7 +13,6 @@ class TestAuthority {
  public:
   explicit TestAuthority(const std::string& serverNames = "IP:127.0.0.1");
 
-  // PEM files.
   std::filesystem::path caFile() const { return dir_ / "ca.pem"; }
   std::filesystem::path serverCert() const { return dir_ / "server.pem"; }
   std::filesystem::path serverKey() const { return dir_ / "server.key"; }
