@@ -1,6 +1,5 @@
-// The facade and what it stands on: the configuration file, the status envelope, UTF-16 text for
-// the host, the endpoint change, the service calls over real SOAP against the sandbox, the
-// library edition loaded as a host loads it.
+// The facade and what it stands on: the configuration file, the endpoint change, the service
+// calls over real SOAP against the sandbox, the library edition loaded as a host loads it.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -12,9 +11,6 @@
 #include "support/sandbox_process.h"
 #include "vornleads/error.h"
 #include "vornleads/package/configuracao.h"
-#include "vornleads/package/dll_string.h"
-#include "vornleads/package/envelope.h"
-#include "vornleads/package/host_directory.h"
 #include "vornleads/package/udm_vornleadsvw.h"
 #include "vornleads/service/leads_library.h"
 #include "vornleads/text/codepage.h"
@@ -81,20 +77,6 @@ TEST(Configuracao, GravaINIWritesTheProxyKeyOfItsSection) {
   const Scope gone(dir / "gone");
   std::filesystem::remove(dir / "gone");
   EXPECT_FALSE(GravaINI("Proxy", "x"));
-}
-
-// The status envelope and UTF-16 text for the host, in either boundary code page.
-TEST(Boundary, StatusEnvelopeAndUtf16Text) {
-  {
-    const Scope utf8(std::filesystem::current_path(), CodePage::Utf8);
-    EXPECT_EQ(DLLMsgJSON("Ação \"x\" C:\\tmp\r\n\t\x01\x1f/€ a\xC3(", -2147483647 - 1),
-              envelope(-2147483647 - 1, R"(Ação \"x\" C:\\tmp\r\n\t\u0001\u001f/€ a�()"));
-    EXPECT_EQ(std::u16string(TAnsiString("Ação {\"x\"} 😀").Retorno()), u"Ação {\"x\"} 😀");
-    EXPECT_EQ(TAnsiString("").Retorno(), nullptr);
-  }
-  const Scope cp1252(std::filesystem::current_path(), CodePage::Cp1252);
-  EXPECT_EQ(DLLMsgJSON("Parâmetros € \xC5\x82", 297), envelope(297, "Par\xE2metros \x80 ?"));
-  EXPECT_EQ(std::u16string(TAnsiString("A\xE7\xE3o \x80").Retorno()), u"Ação €");
 }
 
 // What each argument makes of the endpoint: the answer (or the error raised) and the endpoint

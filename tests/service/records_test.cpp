@@ -119,13 +119,10 @@ TEST(Records, ReadingToleratesAndRefuses) {
   const std::string dated =
       member + R"("DataHora" of TEnviaBuscaNovosLeadsClass must be a date and time as )"
                R"("yyyy-mm-ddThh:nn:ss.zzz")";
-  const std::string whole = member +
-                            R"("leadID" of TContatoLeadVW must be a whole number from -2147483648 )"
-                            "to 2147483647";
-  const std::string invalid = "! Invalid JSON for TStatusClass",
-                    parseError =
-                        ": [json.exception.parse_error.101] "
-                        "parse error at line 1, column ";
+  const std::string whole =
+      member + R"("leadID" of TContatoLeadVW must be a whole number from -2147483648 to 2147483647)";
+  const std::string invalid = "! Invalid JSON for TStatusClass";
+  const std::string parseError = ": [json.exception.parse_error.101] parse error at line 1, column ";
   const std::string endOfInput =
       ": syntax error while parsing value - unexpected end of input; expected '[', '{', "
       "or a literal";
