@@ -203,44 +203,75 @@ TEST_F(CliTest, ResendPassesUntilNothingIsLeft) {
 
 const std::string kUpdate = "update --empresa 1 --revenda 1 --contato 10 --lead 555 --usuario ";
 
-TEST_F(CliTest, UpdatePrintsVWsReplyAndJournalsTheUpdateOnce) {
+// Each update on contact 10 of lead 555, from an empty journal unless `again`: its exit code,
+// output, the journal rows it leaves and the Status or DataAtualizacao the sandbox received.
+TEST_F(CliTest, UpdatesAnswerWithVWsReplyJournalOnceAndFailWithOne) {
   addLeadContact(10, 555);
-  expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "");
-  EXPECT_EQ(journal(555), "1 S null \n");
-  EXPECT_EQ(sandbox_.updates().at(0)["Status"], 10);
-  // The same status again is not sent: the local answer, code 0.
-  expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
-            R"("Versao":"1.0"},"Retorno":{"Mensagem":"","Retorno":""}})"
-            "\n",
-            "");
-  EXPECT_EQ(sandbox_.updates().size(), 1u);
-}
-
-TEST_F(CliTest, UpdateRejectedNotifiesAndFails) {
-  addLeadContact(10, 555);
-  sandbox_.fault({{"operation", "AtualizaLeads"},
-                  {"mode", "reject"},
-                  {"codigo", 208},
-                  {"descricao", "Lead encerrado na VW"}});
-  const std::string message =
-      ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW "
-      "para o contato 10\n";
-  expectRun(vornleads(kUpdate + "12 --status 10"), 1, retorno(208, "Lead encerrado na VW") + "\n",
-            "vornleads: message to user 12" + message + "vornleads: message to user 15" + message +
-                "vornleads: update not accepted: código 208: Lead encerrado na VW\n");
-  EXPECT_EQ(journal(555), "1 N 208 Lead encerrado na VW\n");
-}
-
-TEST_F(CliTest, UpdateErrorsPrintNothingAndExitWithOne) {
-  addLeadContact(10, 555);
-  expectRun(vornleads(kUpdate + "99 --status 10"), 1, "",
-            "vornleads: update journalled, not sent: Contato originado de lead VW sem CPF "
-            "informado para o vendedor do usuário 99. Favor informar o CPF para continuar com a "
-            "operação.\n");
-  expectRun(vornleads(kUpdate + "12 --status 9 --reagendamento '01/01/2099 10:00:00'"), 1, "",
-            "vornleads: Não é possível reagendar para um período maior que 6 meses\n");
+  const std::string noCpf =
+      "Contato originado de lead VW sem CPF informado para o vendedor do "
+      "usuário 99. Favor informar o CPF para continuar com a operação.";
+  const std::string notice =
+      ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW para o contato 10\n";
+  const struct {
+    std::string arguments;
+    bool again;
+    Json fault;
+    int status;
+    std::string out, err, journal, received;
+  } updates[] = {
+      {"12 --status 10", false, nullptr, 0,
+       retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "", "1 S null \n",
+       "10 "},
+      // The same status again is not sent: the local answer, code 0.
+      {"12 --status 10", true, nullptr, 0,
+       R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
+       R"("Versao":"1.0"},"Retorno":{"Mensagem":"","Retorno":""}})"
+       "\n",
+       "", "1 S null \n", ""},
+      {"12 --status 10",
+       false,
+       {{"operation", "AtualizaLeads"},
+        {"mode", "reject"},
+        {"codigo", 208},
+        {"descricao", "Lead encerrado na VW"}},
+       1,
+       retorno(208, "Lead encerrado na VW") + "\n",
+       "vornleads: message to user 12" + notice + "vornleads: message to user 15" + notice +
+           "vornleads: update not accepted: código 208: Lead encerrado na VW\n",
+       "1 N 208 Lead encerrado na VW\n",
+       "10 "},
+      {"99 --status 10", false, nullptr, 1, "",
+       "vornleads: update journalled, not sent: " + noCpf + "\n", "1 N 297 " + noCpf + "\r\n\n",
+       ""},
+      {"12 --status 9 --reagendamento '01/01/2099 10:00:00'", false, nullptr, 1, "",
+       "vornleads: Não é possível reagendar para um período maior que 6 meses\n", "", ""},
+      {"12 --status 1 --resend --sequencia 3 --data-atualizacao '14/03/2024 09:30:00'", false,
+       nullptr, 0, retorno(0, "Sucesso", "Status do lead 555 atualizado para 1") + "\n", "",
+       "3 S null \n", "\"14/03/2024 09:30:00\" "},
+  };
+  for (const auto& u : updates) {
+    SCOPED_TRACE(u.arguments);
+    const bool resend = u.arguments.find("--resend") != std::string::npos;
+    if (!u.again) {
+      db_->execute("DELETE FROM CAC_ATUALIZACOES_LEADVW");
+      db_->execute("UPDATE CAC_LEAD_CONTATO SET INTEGRANDO = 'S'");
+    }
+    if (resend)
+      db_->execute(
+          "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
+          "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (555, 3, 1, "
+          "CAST('2024-03-14 09:30:00' AS TIMESTAMP), 'N', 297, 12)");
+    sandbox_.reset();
+    sandbox_.addLeads({{{"IdLead", "555"}, {"DealerNumber", "01234"}}});
+    if (!u.fault.is_null()) sandbox_.fault(u.fault);
+    expectRun(vornleads(kUpdate + u.arguments), u.status, u.out, u.err);
+    EXPECT_EQ(journal(555), u.journal);
+    std::string received;
+    for (const auto& sent : sandbox_.updates())
+      received += sent[resend ? "DataAtualizacao" : "Status"].dump() + " ";
+    EXPECT_EQ(received, u.received);
+  }
+  // Without the library edition in the host directory nothing is sent or journalled.
   const std::string journalled = journal(555);
   const CliRun noLibrary =
       bare("--db " + database_.uri() + " --endpoint " + sandbox_.url() + " --home " +
@@ -248,21 +279,7 @@ TEST_F(CliTest, UpdateErrorsPrintNothingAndExitWithOne) {
   EXPECT_EQ(noLibrary.status, 1);
   EXPECT_NE(noLibrary.err.find("VornLeadsVW.dll"), std::string::npos) << noLibrary.err;
   EXPECT_EQ(journal(555), journalled);
-  EXPECT_TRUE(sandbox_.updates().empty());
-}
-
-TEST_F(CliTest, UpdateResendsAJournalRow) {
-  addLeadContact(10, 555);
-  db_->execute(
-      "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-      "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (555, 3, 1, "
-      "CAST('2024-03-14 09:30:00' AS TIMESTAMP), 'N', 297, 12)");
-  const CliRun run = vornleads(kUpdate +
-                               "12 --status 1 --resend --sequencia 3 "
-                               "--data-atualizacao '14/03/2024 09:30:00'");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(journal(555), "3 S null \n");
-  EXPECT_EQ(sandbox_.updates().at(0)["DataAtualizacao"], "14/03/2024 09:30:00");
+  EXPECT_EQ(sandbox_.updates().size(), 1u);
 }
 
 TEST_F(CliTest, CallPrintsTheReplyAndExitsWithItsStatus) {
