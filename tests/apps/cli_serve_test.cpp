@@ -54,6 +54,23 @@ class CliServeTest : public CliTest {
     return at == std::string::npos ? -1 : std::stod(exposition.substr(at + name.size() + 2));
   }
 
+  // 501 is known to the sandbox by its number only (its intake fails, its receipt is confirmed,
+  // its update is sent); 603 fails in every cycle, so a worker repeats its cycle five times and
+  // ends with the restart message.
+  void addWork() {
+    addLeadContact(10, 501);
+    addUnsentRow(501, 1, 10);
+    sandbox_.addLeads(
+        {leadItem(601), leadItem(602), leadItem(603, {{"DataIntencao", "32/01/2025"}})});
+  }
+  // Permissions do not stop root, which the test machines often are: the file is moved away
+  // (and back, with `back`).
+  void moveDatabase(bool back = false) {
+    const std::filesystem::path away = database_.path().string() + ".away";
+    back ? std::filesystem::rename(away, database_.path())
+         : std::filesystem::rename(database_.path(), away);
+  }
+
   // SIGTERM ends the service within a few seconds, with status 0 and its last word.
   void stop(ChildProcess& process) {
     process.signal(SIGTERM);
@@ -66,17 +83,12 @@ class CliServeTest : public CliTest {
 };
 
 TEST_F(CliServeTest, CyclesAndPassesGoOnThroughFaultsAndTheRestartMessage) {
-  addLeadContact(10, 501);
-  addUnsentRow(501, 1, 10);
-  sandbox_.addLeads(
-      {leadItem(601), leadItem(602), leadItem(603, {{"DataIntencao", "32/01/2025"}})});
+  addWork();
   sandbox_.fault({{"operation", "BuscaLeadsStatus"},
                   {"mode", "reject"},
                   {"codigo", 150},
                   {"descricao", "DN sem permissão"}});
-  const auto process = serve("0.3", "0.5");
-  // Lead 603 fails every cycle: each worker repeats its cycle five times, then gives the restart
-  // message, and the next interval starts a fresh worker.
+  const auto process = serve("0.3", "0.5");  // the next interval starts a fresh worker
   ASSERT_TRUE(waitFor([&] {
     const std::string err = process->err();
     const size_t restart = err.find("o serviço será reiniciado");
@@ -114,14 +126,12 @@ TEST_F(CliServeTest, CyclesAndPassesGoOnThroughFaultsAndTheRestartMessage) {
 
 // Also: the 30 s pause before a repeated cycle does not hold a stop up.
 TEST_F(CliServeTest, DatabaseGoneAtStartIsReportedUntilItIsBack) {
-  // Permissions do not stop root, which the test machines often are: the file is moved away.
-  const std::filesystem::path away = database_.path().string() + ".away";
-  std::filesystem::rename(database_.path(), away);
+  moveDatabase();
   sandbox_.addLeads({leadItem(701), leadItem(702, {{"DataIntencao", "32/01/2025"}})});
   const auto process = serve("0.3", "0.3", "30000");
   const bool reported = logged(*process, " intake failed: database unavailable", 2) &&
                         logged(*process, " resend failed: database unavailable", 2);
-  std::filesystem::rename(away, database_.path());
+  moveDatabase(true);
   ASSERT_TRUE(reported) << process->err();
   ASSERT_TRUE(logged(*process, " intake: 1 dealers, 2 leads read, 1 contacts created"))
       << process->err();
@@ -183,12 +193,10 @@ TEST_F(CliServeTest, HealthFollowsTheDatabaseWhileMetricsAlwaysAnswer) {
   EXPECT_EQ(healthy.first, 200) << healthy.second;
   EXPECT_EQ(Json::parse(healthy.second)["unsent_updates"], 0);
 
-  // Permissions do not stop root, which the test machines often are: the file is moved away.
-  const std::filesystem::path away = database_.path().string() + ".away";
-  std::filesystem::rename(database_.path(), away);
+  moveDatabase();
   const auto down = get("/health");
   const auto metrics = get("/metrics");
-  std::filesystem::rename(away, database_.path());
+  moveDatabase(true);
   EXPECT_EQ(down.first, 503) << down.second;
   const Json reasons = Json::parse(down.second)["reasons"];
   ASSERT_EQ(reasons.size(), 1u) << down.second;
@@ -202,15 +210,9 @@ TEST_F(CliServeTest, HealthFollowsTheDatabaseWhileMetricsAlwaysAnswer) {
 }
 
 TEST_F(CliServeTest, MetricsCountWhatTheSandboxSaw) {
-  // 501 is known to the sandbox by its number only (its intake fails, its receipt is
-  // confirmed, its update is sent); 502 is unknown (its update is rejected); 603 fails in
-  // every cycle, so the worker ends with the restart message after five repetitions.
-  addLeadContact(10, 501);
-  addUnsentRow(501, 1, 10);
-  addLeadContact(11, 502, 3, false);
+  addWork();
+  addLeadContact(11, 502, 3, false);  // unknown to the sandbox: its update is rejected
   addUnsentRow(502, 1, 10);
-  sandbox_.addLeads(
-      Json::array({leadItem(601), leadItem(602), leadItem(603, {{"DataIntencao", "32/01/2025"}})}));
   const auto process = serve("600", "600", "0", true);
   ASSERT_TRUE(logged(*process, " resend: ")) << process->err();
   const std::string m = get("/metrics").second;

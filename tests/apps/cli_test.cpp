@@ -185,62 +185,94 @@ TEST_F(CliTest, ResendPassesUntilNothingIsLeft) {
   addLeadContact(12, 503, 120);  // too old: switched off by the pass
   for (int lead : {501, 502, 503}) addUnsentRow(lead, 1, 10);
   sandbox_.fault({{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", 150}});
-  // A resend notifies nobody.
-  expectRun(vornleads("resend"), 0, "resend: 3 rows read, 1 sent, 1 rejected, 1 still unsent\n",
-            "");
-  expectRun(vornleads("resend"), 0, "resend: 1 rows read, 1 sent, 0 rejected, 0 still unsent\n",
-            "");
-  expectRun(vornleads("resend"), 0, "resend: 0 rows read, 0 sent, 0 rejected, 0 still unsent\n",
-            "");
-  EXPECT_EQ(journal(501) + journal(502) + journal(503), "1 S null \n1 S null \n1 N 297 \n");
-  EXPECT_EQ(sandbox_.updates().size(), 3u);
-
-  addLeadContact(13, 504);
-  addUnsentRow(504, 1, 9, "CURRENT_TIMESTAMP + 400");
-  expectRun(vornleads("resend"), 1, "resend: 1 rows read, 0 sent, 0 rejected, 1 still unsent\n",
-            "vornleads: Não é possível reagendar para um período maior que 6 meses\n");
+  // A resend notifies nobody; the last pass meets a row rescheduled too far ahead.
+  for (const auto& [read, exit, err] :
+       {std::tuple{"3 rows read, 1 sent, 1 rejected, 1", 0, ""},
+        {"1 rows read, 1 sent, 0 rejected, 0", 0, ""},
+        {"0 rows read, 0 sent, 0 rejected, 0", 0, ""},
+        {"1 rows read, 0 sent, 0 rejected, 1", 1,
+         "vornleads: Não é possível reagendar para um período maior que 6 meses\n"}}) {
+    if (exit) {
+      EXPECT_EQ(journal(501) + journal(502) + journal(503), "1 S null \n1 S null \n1 N 297 \n");
+      EXPECT_EQ(sandbox_.updates().size(), 3u);
+      addLeadContact(13, 504);
+      addUnsentRow(504, 1, 9, "CURRENT_TIMESTAMP + 400");
+    }
+    expectRun(vornleads("resend"), exit, "resend: " + std::string(read) + " still unsent\n", err);
+  }
 }
 
 const std::string kUpdate = "update --empresa 1 --revenda 1 --contato 10 --lead 555 --usuario ";
 
-TEST_F(CliTest, UpdatePrintsVWsReplyAndJournalsTheUpdateOnce) {
+// Each update on contact 10 of lead 555, from an empty journal unless `again`: its exit code,
+// output, the journal rows it leaves and the Status or DataAtualizacao the sandbox received.
+TEST_F(CliTest, UpdatesAnswerWithVWsReplyJournalOnceAndFailWithOne) {
   addLeadContact(10, 555);
-  expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "");
-  EXPECT_EQ(journal(555), "1 S null \n");
-  EXPECT_EQ(sandbox_.updates().at(0)["Status"], 10);
-  // The same status again is not sent: the local answer, code 0.
-  expectRun(vornleads(kUpdate + "12 --status 10"), 0,
-            R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
-            R"("Versao":"1.0"},"Retorno":{"Mensagem":"","Retorno":""}})"
-            "\n",
-            "");
-  EXPECT_EQ(sandbox_.updates().size(), 1u);
-}
-
-TEST_F(CliTest, UpdateRejectedNotifiesAndFails) {
-  addLeadContact(10, 555);
-  sandbox_.fault({{"operation", "AtualizaLeads"},
-                  {"mode", "reject"},
-                  {"codigo", 208},
-                  {"descricao", "Lead encerrado na VW"}});
-  const std::string message =
-      ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW "
-      "para o contato 10\n";
-  expectRun(vornleads(kUpdate + "12 --status 10"), 1, retorno(208, "Lead encerrado na VW") + "\n",
-            "vornleads: message to user 12" + message + "vornleads: message to user 15" + message +
-                "vornleads: update not accepted: código 208: Lead encerrado na VW\n");
-  EXPECT_EQ(journal(555), "1 N 208 Lead encerrado na VW\n");
-}
-
-TEST_F(CliTest, UpdateErrorsPrintNothingAndExitWithOne) {
-  addLeadContact(10, 555);
-  expectRun(vornleads(kUpdate + "99 --status 10"), 1, "",
-            "vornleads: update journalled, not sent: Contato originado de lead VW sem CPF "
-            "informado para o vendedor do usuário 99. Favor informar o CPF para continuar com a "
-            "operação.\n");
-  expectRun(vornleads(kUpdate + "12 --status 9 --reagendamento '01/01/2099 10:00:00'"), 1, "",
-            "vornleads: Não é possível reagendar para um período maior que 6 meses\n");
+  const std::string noCpf =
+      "Contato originado de lead VW sem CPF informado para o vendedor do "
+      "usuário 99. Favor informar o CPF para continuar com a operação.";
+  const std::string notice =
+      ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW para o contato 10\n";
+  const struct {
+    std::string arguments;
+    bool again;
+    Json fault;
+    int status;
+    std::string out, err, journal, received;
+  } updates[] = {
+      {"12 --status 10", false, nullptr, 0,
+       retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "", "1 S null \n",
+       "10 "},
+      // The same status again is not sent: the local answer, code 0.
+      {"12 --status 10", true, nullptr, 0,
+       R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
+       R"("Versao":"1.0"},"Retorno":{"Mensagem":"","Retorno":""}})"
+       "\n",
+       "", "1 S null \n", ""},
+      {"12 --status 10",
+       false,
+       {{"operation", "AtualizaLeads"},
+        {"mode", "reject"},
+        {"codigo", 208},
+        {"descricao", "Lead encerrado na VW"}},
+       1,
+       retorno(208, "Lead encerrado na VW") + "\n",
+       "vornleads: message to user 12" + notice + "vornleads: message to user 15" + notice +
+           "vornleads: update not accepted: código 208: Lead encerrado na VW\n",
+       "1 N 208 Lead encerrado na VW\n",
+       "10 "},
+      {"99 --status 10", false, nullptr, 1, "",
+       "vornleads: update journalled, not sent: " + noCpf + "\n", "1 N 297 " + noCpf + "\r\n\n",
+       ""},
+      {"12 --status 9 --reagendamento '01/01/2099 10:00:00'", false, nullptr, 1, "",
+       "vornleads: Não é possível reagendar para um período maior que 6 meses\n", "", ""},
+      {"12 --status 1 --resend --sequencia 3 --data-atualizacao '14/03/2024 09:30:00'", false,
+       nullptr, 0, retorno(0, "Sucesso", "Status do lead 555 atualizado para 1") + "\n", "",
+       "3 S null \n", "\"14/03/2024 09:30:00\" "},
+  };
+  for (const auto& u : updates) {
+    SCOPED_TRACE(u.arguments);
+    const bool resend = u.arguments.find("--resend") != std::string::npos;
+    if (!u.again) {
+      db_->execute("DELETE FROM CAC_ATUALIZACOES_LEADVW");
+      db_->execute("UPDATE CAC_LEAD_CONTATO SET INTEGRANDO = 'S'");
+    }
+    if (resend)
+      db_->execute(
+          "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
+          "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (555, 3, 1, "
+          "CAST('2024-03-14 09:30:00' AS TIMESTAMP), 'N', 297, 12)");
+    sandbox_.reset();
+    sandbox_.addLeads({{{"IdLead", "555"}, {"DealerNumber", "01234"}}});
+    if (!u.fault.is_null()) sandbox_.fault(u.fault);
+    expectRun(vornleads(kUpdate + u.arguments), u.status, u.out, u.err);
+    EXPECT_EQ(journal(555), u.journal);
+    std::string received;
+    for (const auto& sent : sandbox_.updates())
+      received += sent[resend ? "DataAtualizacao" : "Status"].dump() + " ";
+    EXPECT_EQ(received, u.received);
+  }
+  // Without the library edition in the host directory nothing is sent or journalled.
   const std::string journalled = journal(555);
   const CliRun noLibrary =
       bare("--db " + database_.uri() + " --endpoint " + sandbox_.url() + " --home " +
@@ -248,21 +280,7 @@ TEST_F(CliTest, UpdateErrorsPrintNothingAndExitWithOne) {
   EXPECT_EQ(noLibrary.status, 1);
   EXPECT_NE(noLibrary.err.find("VornLeadsVW.dll"), std::string::npos) << noLibrary.err;
   EXPECT_EQ(journal(555), journalled);
-  EXPECT_TRUE(sandbox_.updates().empty());
-}
-
-TEST_F(CliTest, UpdateResendsAJournalRow) {
-  addLeadContact(10, 555);
-  db_->execute(
-      "INSERT INTO CAC_ATUALIZACOES_LEADVW (ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, "
-      "DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, USUARIO) VALUES (555, 3, 1, "
-      "CAST('2024-03-14 09:30:00' AS TIMESTAMP), 'N', 297, 12)");
-  const CliRun run = vornleads(kUpdate +
-                               "12 --status 1 --resend --sequencia 3 "
-                               "--data-atualizacao '14/03/2024 09:30:00'");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(journal(555), "3 S null \n");
-  EXPECT_EQ(sandbox_.updates().at(0)["DataAtualizacao"], "14/03/2024 09:30:00");
+  EXPECT_EQ(sandbox_.updates().size(), 1u);
 }
 
 TEST_F(CliTest, CallPrintsTheReplyAndExitsWithItsStatus) {
@@ -431,56 +449,66 @@ class CliViewsTest : public CliTest {
     addUnsentRow(501, 2, 10, "NULL", "Recusado:\r\nCPF inválido");
     addUnsentRow(502, 1, 10);
     addUnsentRow(503, 1, 10);
+    db_->execute(
+        "UPDATE CAC_ATUALIZACOES_LEADVW SET DTA_ATUALIZACAO = '2026-02-11 09:00:00' "
+        "WHERE ENVIOU = 'N'");
   }
 };
 
-TEST_F(CliViewsTest, LeadsAsATableAndAsJson) {
-  expectRun(vornleads("leads"), 0,
-            "ID_LEAD_VW  EMPRESA  REVENDA  CONTATO  DTA_CONTATO          CLIENTE  NOME         "
-            "SITUACAO  INTEGRANDO\n"
-            "501         1        1        9001     2026-01-05 10:00:00  77       Ana D'Ávila  "
-            "A         S\n"
-            "502         1        1        9002     2026-02-10 08:30:00                        "
-            "          S\n"
-            "503         1        1        9003     2026-02-10 08:30:00                        "
-            "          N\n",
-            "");
-  const CliRun json = vornleads("leads --lead 501 --json");
-  EXPECT_EQ(Json::parse(json.out),
-            Json::parse(R"([{"ID_LEAD_VW": 501, "EMPRESA": 1, "REVENDA": 1, "CONTATO": 9001,
-                            "DTA_CONTATO": "2026-01-05 10:00:00", "CLIENTE": 77,
-                            "NOME": "Ana D'Ávila", "SITUACAO": "A", "INTEGRANDO": "S"}])"));
-  std::string since;
-  for (const auto& row : Json::parse(vornleads("leads --since 2026-02-10 --json").out))
-    since += row["ID_LEAD_VW"].dump() + " ";
-  EXPECT_EQ(since, "502 503 ");
-}
-
-TEST_F(CliViewsTest, UnsentUpdatesAreWhatTheNextResendPassSends) {
-  const Json rows = Json::parse(vornleads("updates --json").out);
-  ASSERT_EQ(rows.size(), 4u);
-  EXPECT_EQ(rows[0], Json::parse(R"({"ID_LEAD_VW": 501, "SEQUENCIA": 1, "STATUS_LEAD": 1,
-      "DTA_ATUALIZACAO": "2026-01-06 09:00:00", "ENVIOU": "S", "CODIGO_ERRO": null,
-      "DESCRICAO_ERRO": "", "USUARIO": 12})"));
-  EXPECT_EQ(rows[1]["DESCRICAO_ERRO"], "Recusado:\r\nCPF inválido");
-  // 503 no longer integrates and 501/1 was sent: neither is picked up.
-  const std::string unsent = vornleads("updates --unsent").out;
-  EXPECT_EQ(unsent.substr(0, unsent.find('\n') + 1),
-            "ID_LEAD_VW  SEQUENCIA  STATUS_LEAD  DTA_ATUALIZACAO      ENVIOU  CODIGO_ERRO  "
-            "DESCRICAO_ERRO            USUARIO\n");
-  EXPECT_NE(unsent.find("\n501         2          10           " +
-                        FormatDateTime("yyyy-mm-dd", Now() - 1)),
-            std::string::npos)
-      << unsent;
-  EXPECT_NE(unsent.find("  N       297          Recusado: / CPF inválido  12\n502         1"
-                        "          10  "),
-            std::string::npos)
-      << unsent;
-  EXPECT_EQ(unsent.find("\n503 "), std::string::npos);
-  const Json one = Json::parse(vornleads("updates --unsent --lead 502 --json").out);
-  ASSERT_EQ(one.size(), 1u);
-  EXPECT_EQ(one[0]["SEQUENCIA"], 1);
-  EXPECT_EQ(vornleads("resend").out.substr(0, 22), "resend: 2 rows read, 0");
+// Each view as a table and as JSON; 503 no longer integrates and 501/1 was sent, so neither is
+// among the unsent rows, which are what the next resend pass reads.
+TEST_F(CliViewsTest, LeadsAndUpdatesAsTablesAndAsJson) {
+  const std::string lead = R"(,"EMPRESA":1,"REVENDA":1,"CONTATO":900)",
+                    later = R"(,"DTA_CONTATO":"2026-02-10 08:30:00","CLIENTE":null,"NOME":null,)"
+                            R"("SITUACAO":null,"INTEGRANDO":)",
+                    unsent = R"(,"SEQUENCIA":1,"STATUS_LEAD":10,"DTA_ATUALIZACAO":"2026-02-11 )"
+                             R"(09:00:00","ENVIOU":"N","CODIGO_ERRO":297,"DESCRICAO_ERRO":"",)"
+                             R"("USUARIO":12})";
+  const std::pair<std::string, std::string> views[] = {
+      {"leads",
+       "ID_LEAD_VW  EMPRESA  REVENDA  CONTATO  DTA_CONTATO          CLIENTE  NOME         "
+       "SITUACAO  INTEGRANDO\n"
+       "501         1        1        9001     2026-01-05 10:00:00  77       Ana D'Ávila  "
+       "A         S\n"
+       "502         1        1        9002     2026-02-10 08:30:00                        "
+       "          S\n"
+       "503         1        1        9003     2026-02-10 08:30:00                        "
+       "          N\n"},
+      {"leads --lead 501 --json", R"([{"ID_LEAD_VW":501)" + lead +
+                                      R"(1,"DTA_CONTATO":"2026-01-05 10:00:00","CLIENTE":77,)"
+                                      R"("NOME":"Ana D'Ávila","SITUACAO":"A","INTEGRANDO":"S"}])"},
+      {"leads --since 2026-02-10 --json", R"([{"ID_LEAD_VW":502)" + lead + "2" + later +
+                                              R"("S"},{"ID_LEAD_VW":503)" + lead + "3" + later +
+                                              R"("N"}])"},
+      {"updates --json",
+       R"([{"ID_LEAD_VW":501,"SEQUENCIA":1,"STATUS_LEAD":1,"DTA_ATUALIZACAO":"2026-01-06 )"
+       R"(09:00:00","ENVIOU":"S","CODIGO_ERRO":null,"DESCRICAO_ERRO":"","USUARIO":12},)"
+       R"({"ID_LEAD_VW":501)" +
+           unsent + R"(,{"ID_LEAD_VW":502)" + unsent + R"(,{"ID_LEAD_VW":503)" + unsent + "]"},
+      {"updates --unsent",
+       "ID_LEAD_VW  SEQUENCIA  STATUS_LEAD  DTA_ATUALIZACAO      ENVIOU  CODIGO_ERRO  "
+       "DESCRICAO_ERRO            USUARIO\n"
+       "501         2          10           2026-02-11 09:00:00  N       297          "
+       "Recusado: / CPF inválido  12\n"
+       "502         1          10           2026-02-11 09:00:00  N       297                 "
+       "                   12\n"},
+      {"updates --unsent --lead 502 --json",
+       R"([{"ID_LEAD_VW": 502, "SEQUENCIA": 1)" + unsent + "]"},
+      {"updates --unsent --lead 502 --json", R"([{"ID_LEAD_VW":502)" + unsent + "]"},
+      {"resend", "resend: 2 rows read, 0 sent, 0 rejected, 2 still unsent\n"},
+  };
+  for (const auto& [arguments, expected] : views) {
+    const CliRun run = vornleads(arguments);
+    EXPECT_EQ(run.status, 0) << arguments << run.err;
+    if (arguments.find("--json") == std::string::npos) {
+      EXPECT_EQ(run.out, expected) << arguments;
+      continue;
+    }
+    Json json = Json::parse(expected);
+    if (json.size() == 4)
+      json[1].update({{"SEQUENCIA", 2}, {"DESCRICAO_ERRO", "Recusado:\r\nCPF inválido"}});
+    EXPECT_EQ(Json::parse(run.out), json) << arguments;
+  }
 }
 
 TEST_F(CliViewsTest, LogEntriesOfADayNewestLast) {

@@ -144,21 +144,18 @@ TEST_F(SandboxTest, EachOperationAnswersFromTheLeadStore) {
        R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Historico":[{"Acabamento":"","Cor":"","CpfCnpj":"","DataIntencao":"","Ddd":0,"Email":"","IdLead":2001,"Modelo":"","Nome":"Carla","Opcionais":"","Status":3,"Telefone":0,"Preco":"","Origem":"","Mensagem":"","DataIntencaoAgendamento":"","Showroom":"S","PreferenciaContato":""}]})"},
   };
   const Json novos = Json::parse(replyOf(sandbox_, "BuscaNovosLeads", R"({"DataHora":0})"));
-  EXPECT_EQ(novos["Novos"].size(), 3u);
-  EXPECT_EQ(novos["Novos"][0]["IdLead"], 1001);  // a number here
-  EXPECT_EQ(novos["Novos"][0]["DealerNumber"], "01234");
-  EXPECT_EQ(novos["Novos"][2]["IdLead"], 2001);
+  std::string added;  // IdLead a number here
+  for (const auto& novo : novos["Novos"])
+    added += novo["IdLead"].dump() + novo["DealerNumber"].dump() + " ";
+  EXPECT_EQ(added, R"(1001"01234" 1002"1234" 2001"5678" )");
   for (const auto& step : steps)
     EXPECT_EQ(replyOf(sandbox_, step.operation, step.parametros), step.reply) << step.parametros;
 
-  const Json leads = sandbox_.leads();
-  ASSERT_EQ(leads.size(), 3u);
-  EXPECT_EQ(leads[0]["confirmed"], true);
-  EXPECT_EQ(leads[0]["status"], nullptr);
-  EXPECT_EQ(leads[1]["confirmed"], false);
-  EXPECT_EQ(leads[2]["confirmed"], false);
-  EXPECT_EQ(leads[2]["status"], 3);
-  const std::string added = leads[0]["added"];
+  std::string states;
+  for (const auto& lead : sandbox_.leads())
+    states += lead["confirmed"].dump() + "/" + lead["status"].dump() + " ";
+  EXPECT_EQ(states, "true/null false/null false/3 ");
+  added = sandbox_.leads()[0]["added"];
   EXPECT_TRUE(std::regex_match(added, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"))) << added;
   const Json updates = sandbox_.updates();
   ASSERT_EQ(updates.size(), 4u);  // the malformed one is not listed
