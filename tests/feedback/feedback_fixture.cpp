@@ -1,5 +1,7 @@
 #include "feedback/feedback_fixture.h"
 
+#include "data/fixture.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -99,18 +101,12 @@ void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t
       "', " + (enviou == "N" ? "297, 'falha anterior'" : "NULL, ''") + ", " + usuario + ")");
 }
 Strings journal(SqlConnection& db, int64_t idLead) {
+  const SqlRowSet rows = db.query(
+      "SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO, "
+      "DTA_ATUALIZACAO, DTA_REAGENDAMENTO FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
+      n(idLead) + " ORDER BY SEQUENCIA");
   Strings found;
-  for (const auto& row : db.query("SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, "
-                                  "DESCRICAO_ERRO, USUARIO, DTA_ATUALIZACAO, DTA_REAGENDAMENTO "
-                                  "FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
-                                  n(idLead) + " ORDER BY SEQUENCIA")
-                             .rows) {
-    std::string text;
-    for (const SqlValue& value : row) {
-      text += (text.empty() ? "" : "|") + (value.isNull() ? "-" : value.asString());
-    }
-    found.push_back(text);
-  }
+  for (size_t row = 0; row < rows.rows.size(); ++row) found.push_back(linha(rows, "", row));
   return found;
 }
 std::string enviou(SqlConnection& db, int64_t idLead) {

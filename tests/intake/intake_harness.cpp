@@ -56,14 +56,6 @@ TLeadsVWMetodosClass& IntakeTest::newWorker() {
   worker_->setRunControl(host_);
   return *worker_;
 }
-std::string IntakeTest::row(const std::string& sql) const {
-  const SqlRowSet rows = db_->connect()->query(sql);
-  std::string text;
-  for (size_t c = 0; !rows.empty() && c < rows.columns.size(); ++c) {
-    text += (c ? "|" : "") + (rows.rows[0][c].isNull() ? "<null>" : rows.rows[0][c].asString());
-  }
-  return text;
-}
 std::string IntakeTest::logText() const {
   const auto path = LogFile(kLogBuscaLeads, clock_).pathFor(clock_->now());
   return std::filesystem::exists(path) ? readFile(path) : "";
