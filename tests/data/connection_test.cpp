@@ -40,7 +40,6 @@ class OnFirebird : public test::FirebirdSuite<true, false> {
   }
 };
 
-// Written by MontaSQLInsert, read back exactly.
 TEST_F(OnFirebird, EveryKindOfValueComesBackExactly) {
   const std::string hostile = "'; DROP TABLE X; --\n'' \\ \"ç\" € 😀 \t\r\n%_ \x01\x1f";
   TInsert insert("VALORES", "INTERBASE");

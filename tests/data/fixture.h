@@ -45,8 +45,8 @@ std::string outcome(Call&& call) {
 inline std::string linha(const SqlRowSet& rows, const std::string& columns = "", size_t row = 0) {
   std::istringstream names(columns);
   std::string text, name;
-  for (size_t c = 0; row < rows.rows.size() &&
-                     (columns.empty() ? c < rows.columns.size() : bool(names >> name));
+  for (size_t c = 0;
+       row < rows.rows.size() && (columns.empty() ? c < rows.columns.size() : bool(names >> name));
        ++c) {
     const SqlValue& value = columns.empty() ? rows.rows[row][c] : rows.value(row, name);
     text += (c ? "|" : "") + (value.isNull() ? "-" : value.asString());

@@ -1,11 +1,10 @@
 #include "feedback/feedback_fixture.h"
 
-#include "data/fixture.h"
-
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
 
+#include "data/fixture.h"
 #include "support/fixed_clock.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/service/leads_library.h"
