@@ -215,9 +215,8 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
   EXPECT_EQ(confirmed, good);
   // Prospects of the leads that failed after registering them went back with their leads.
   for (const char* table :
-       {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"}) {
+       {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"})
     EXPECT_EQ(count(table), static_cast<int64_t>(good.size())) << table;
-  }
   EXPECT_EQ(row("SELECT C.NOME, T.EMAIL, T.DES_CONTATO, L.MENSAGEM, J.CGC FROM CAC_LEAD_CONTATO L "
                 "JOIN CAC_CONTATO T ON T.CONTATO = L.CONTATO JOIN FAT_CLIENTE C ON C.CLIENTE = "
                 "T.CLIENTE JOIN FAT_PESSOA_JURIDICA J ON J.CLIENTE = C.CLIENTE WHERE "
@@ -227,14 +226,12 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
                 "\r\nTELEFONE: 11-900007003\r\nE-MAIL: 7003" + awkward + "|" + awkward +
                 "|7003');--");
   const std::string log = logText();
-  for (const auto& [bad, message] : failing) {
+  for (const auto& [bad, message] : failing)
     EXPECT_NE(log.find("Requisição: \r\n\r\n\r\nResposta:\r\n" + message), std::string::npos)
         << bad["IdLead"];
-  }
   for (const char* logged : {"Interesse recusado pelo banco", "SQL: INSERT INTO CAC_INTERESSE",
-                             "SQL: INSERT INTO CAC_LEAD_CONTATO"}) {
+                             "SQL: INSERT INTO CAC_LEAD_CONTATO"})
     EXPECT_NE(log.find(logged), std::string::npos) << logged;
-  }
 }
 
 // A linked lead's status: 0 moves its contact to the new intended date, 1 and 9 keep it,
@@ -263,9 +260,8 @@ TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
     EXPECT_EQ(c.revisados, worker_->totais().revisados);
     EXPECT_EQ(1 - c.revisados, worker_->totais().encerrados);
   }
-  for (const char* table : {"CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"}) {
+  for (const char* table : {"CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"})
     EXPECT_EQ(count(table), 2) << table;
-  }
   // Naming another customer now, the lead registers a new prospect for its contact.
   sandbox().addLeads(Json::array({leadItem("8001", {{"CpfCnpj", "70000000001"},
                                                     {"Email", "outra@exemplo.com.br"},
@@ -361,33 +357,24 @@ TEST_F(IntakeTest, CustomerIsMatchedByTaxNumberEmailOrPhoneElseRegistered) {
 TEST_F(IntakeTest, ConversionsReadNumbersAsTheHostDoes) {
   using namespace intake;
   for (const auto& [texto, valor] :
-       {std::make_pair("5001", 5001), std::make_pair("  19", 19), std::make_pair("+7", 7),
-        std::make_pair("-8", -8), std::make_pair("-2147483648", INT32_MIN)}) {
+       {std::pair{"5001", 5001}, {"  19", 19}, {"+7", 7}, {"-8", -8}, {"-2147483648", INT32_MIN}})
     EXPECT_EQ(TextoParaInteiro(texto), valor);
-  }
-  for (const char* bad :
-       {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"}) {
+  for (const char* bad : {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"})
     EXPECT_EQ(outcome([&] { TextoParaInteiro(bad); }),
               "\"" + std::string(bad) + "\" is not a valid integer value");
-  }
-  for (const auto& [valor, inteiro] :
-       {std::make_pair(2.5, 2), std::make_pair(3.5, 4), std::make_pair(-2.5, -2),
-        std::make_pair(987654321.4, 987654321), std::make_pair(2147483647.4, INT32_MAX)}) {
+  for (const auto& [valor, inteiro] : std::initializer_list<std::pair<double, int>>{
+           {2.5, 2}, {3.5, 4}, {-2.5, -2}, {987654321.4, 987654321}, {2147483647.4, INT32_MAX}})
     EXPECT_EQ(ArredondaInteiro(valor), inteiro) << valor;
-  }
   EXPECT_EQ(outcome([] { ArredondaInteiro(11987654321.0); }),
             "\"11987654321\" is not a valid integer value");
   EXPECT_THROW(ArredondaInteiro(std::nan("")), ConversionError);
-  for (const auto& [texto, valor] :
-       {std::make_pair("150000,75", 150000.75), std::make_pair("150000.75", 150000.75),
-        std::make_pair(" -3 ", -3.0), std::make_pair("1,5E2", 150.0), std::make_pair("+1e-1", 0.1),
-        std::make_pair("9", 9.0)}) {
-    EXPECT_DOUBLE_EQ(TextoParaReal(texto), valor) << texto;
-  }
-  for (const char* bad : {"", "abc", "1.000,00", "R$ 10", "1,5,0", "1e", "1e+", "1e999"}) {
+  const std::vector<std::pair<const char*, double>> reais = {
+      {"150000,75", 150000.75}, {"150000.75", 150000.75}, {" -3 ", -3.0},
+      {"1,5E2", 150.0},         {"+1e-1", 0.1},           {"9", 9.0}};
+  for (const auto& [texto, valor] : reais) EXPECT_DOUBLE_EQ(TextoParaReal(texto), valor) << texto;
+  for (const char* bad : {"", "abc", "1.000,00", "R$ 10", "1,5,0", "1e", "1e+", "1e999"})
     EXPECT_EQ(outcome([&] { TextoParaReal(bad); }),
               "\"" + std::string(bad) + "\" is not a valid floating point value");
-  }
 }
 
 // Each lookup that finds nothing fails the lead with a message of its own; what it finds fills
@@ -447,9 +434,8 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
        }),
        "Erro ao buscar o próximo numero da tabela CAC_INTERESSE\r\nTable unknown"},
   };
-  for (const auto& [message, expected] : cases) {
-    EXPECT_EQ(expected, message.substr(0, expected.size()));  // database errors add the SQL
-  }
+  for (const auto& [message, expected] : cases)  // database errors add the SQL
+    EXPECT_EQ(expected, message.substr(0, expected.size()));
   EXPECT_EQ((std::vector<int>{12, 8, 1, 2, 3}),
             (std::vector<int>{lead.usuarioCorreio, lead.origemTrafego, lead.tipoContato,
                               lead.subTipoContato, lead.departamento}));
