@@ -46,9 +46,8 @@ TDateTime testNow() { return EncodeDateTime({2024, 3, 15, 10, 0, 0, 0}); }
 
 std::vector<Json> updatesOf(int64_t idLead) {
   std::vector<Json> found;
-  for (const auto& update : sandbox().updates()) {
+  for (const auto& update : sandbox().updates())
     if (update.value("IdLead", Json()) == idLead) found.push_back(update);
-  }
   return found;
 }
 int32_t nextKey() {
@@ -110,9 +109,8 @@ Strings journal(SqlConnection& db, int64_t idLead) {
 }
 std::string enviou(SqlConnection& db, int64_t idLead) {
   std::string flags;
-  for (const std::string& row : journal(db, idLead)) {
+  for (const std::string& row : journal(db, idLead))
     flags += row[row.find('|', row.find('|') + 1) + 1];
-  }
   return flags;
 }
 std::string integrando(SqlConnection& db, int64_t idLead) {

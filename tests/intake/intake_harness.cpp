@@ -62,9 +62,8 @@ std::string IntakeTest::logText() const {
 }
 Strings IntakeTest::confirmedLeads() const {
   Strings confirmed;
-  for (const auto& lead : sandbox().leads()) {
+  for (const auto& lead : sandbox().leads())
     if (lead["confirmed"].get<bool>()) confirmed.push_back(lead["IdLead"].get<std::string>());
-  }
   return confirmed;
 }
 
