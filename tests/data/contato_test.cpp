@@ -237,7 +237,7 @@ TEST_F(ClienteProspect, WritesEveryPositionAndQuotesIntactOrFailsWithTheReason) 
   EXPECT_EQ(
       "O'HARA|S|0|05/03/2024 14:07:09|2|3|4|1|33334444|21|999998888|31|32323232|RUA A|10|"
       "AP 1|CENTRO|SAO PAULO|SP|01000-000|o'h@x.com",
-      linha(SqlRowSet{rows.columns, {rows.rows.at(1)}}, colunas));
+      linha(rows, colunas, 1));
   EXPECT_EQ(0, grava(1, std::string(200, 'X')));  // NOME holds 150 characters: the database's
   EXPECT_EQ(0u, Dados::MensagemErroException.find("arithmetic exception"));  // reason, no SQL
   EXPECT_EQ(703, grava(1));  // a later success clears the reason

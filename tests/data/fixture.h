@@ -40,21 +40,16 @@ std::string outcome(Call&& call) {
   }
 }
 
-// isql's output with every run of blanks and line ends made one blank.
-inline std::string collapsed(const std::string& text) {
-  std::istringstream in(text);
-  std::string word, result;
-  while (in >> word) result += (result.empty() ? "" : " ") + word;
-  return result;
-}
-
-// The named columns (blank-separated) of the first row, joined with "|", "-" for NULL.
-inline std::string linha(const SqlRowSet& rows, const std::string& columns) {
+// Row `row` as "A|B|...", "-" for NULL: the named columns (blank-separated), else all of them;
+// "" when there is no such row. Every suite's row comparisons go through it.
+inline std::string linha(const SqlRowSet& rows, const std::string& columns = "", size_t row = 0) {
   std::istringstream names(columns);
   std::string text, name;
-  for (bool first = true; names >> name; first = false) {
-    const SqlValue& value = rows.value(0, name);
-    text += (first ? "" : "|") + (value.isNull() ? "-" : value.asString());
+  for (size_t c = 0;
+       row < rows.rows.size() && (columns.empty() ? c < rows.columns.size() : bool(names >> name));
+       ++c) {
+    const SqlValue& value = columns.empty() ? rows.rows[row][c] : rows.value(row, name);
+    text += (c ? "|" : "") + (value.isNull() ? "-" : value.asString());
   }
   return text;
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "data/fixture.h"
 #include "support/fixed_clock.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/service/leads_library.h"
@@ -45,9 +46,8 @@ TDateTime testNow() { return EncodeDateTime({2024, 3, 15, 10, 0, 0, 0}); }
 
 std::vector<Json> updatesOf(int64_t idLead) {
   std::vector<Json> found;
-  for (const auto& update : sandbox().updates()) {
+  for (const auto& update : sandbox().updates())
     if (update.value("IdLead", Json()) == idLead) found.push_back(update);
-  }
   return found;
 }
 int32_t nextKey() {
@@ -99,25 +99,18 @@ void addJournalRow(SqlConnection& db, int64_t idLead, int32_t sequencia, int32_t
       "', " + (enviou == "N" ? "297, 'falha anterior'" : "NULL, ''") + ", " + usuario + ")");
 }
 Strings journal(SqlConnection& db, int64_t idLead) {
+  const SqlRowSet rows = db.query(
+      "SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, DESCRICAO_ERRO, USUARIO, "
+      "DTA_ATUALIZACAO, DTA_REAGENDAMENTO FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
+      n(idLead) + " ORDER BY SEQUENCIA");
   Strings found;
-  for (const auto& row : db.query("SELECT SEQUENCIA, STATUS_LEAD, ENVIOU, CODIGO_ERRO, "
-                                  "DESCRICAO_ERRO, USUARIO, DTA_ATUALIZACAO, DTA_REAGENDAMENTO "
-                                  "FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = " +
-                                  n(idLead) + " ORDER BY SEQUENCIA")
-                             .rows) {
-    std::string text;
-    for (const SqlValue& value : row) {
-      text += (text.empty() ? "" : "|") + (value.isNull() ? "-" : value.asString());
-    }
-    found.push_back(text);
-  }
+  for (size_t row = 0; row < rows.rows.size(); ++row) found.push_back(linha(rows, "", row));
   return found;
 }
 std::string enviou(SqlConnection& db, int64_t idLead) {
   std::string flags;
-  for (const std::string& row : journal(db, idLead)) {
+  for (const std::string& row : journal(db, idLead))
     flags += row[row.find('|', row.find('|') + 1) + 1];
-  }
   return flags;
 }
 std::string integrando(SqlConnection& db, int64_t idLead) {

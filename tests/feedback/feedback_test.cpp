@@ -228,9 +228,8 @@ TEST_F(FeedbackTest, RejectionsAndFailedSendsAreJournalledAndNotified) {
 // as delivered.
 TEST_F(FeedbackTest, AcceptedUpdateMarksOnlyTheEarlierUnsentRowsOfItsLead) {
   const int32_t resent = newLead();
-  for (int32_t sequencia = 1; sequencia <= 7; ++sequencia) {
+  for (int32_t sequencia = 1; sequencia <= 7; ++sequencia)
     addJournalRow(*db_, resent, sequencia, 1, sequencia == 2 ? "S" : "N");
-  }
   auto parametros = updateOf(resent, 1);
   parametros.reenvio = true;
   parametros.sequenciaReenvio = 5;

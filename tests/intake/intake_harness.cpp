@@ -56,23 +56,14 @@ TLeadsVWMetodosClass& IntakeTest::newWorker() {
   worker_->setRunControl(host_);
   return *worker_;
 }
-std::string IntakeTest::row(const std::string& sql) const {
-  const SqlRowSet rows = db_->connect()->query(sql);
-  std::string text;
-  for (size_t c = 0; !rows.empty() && c < rows.columns.size(); ++c) {
-    text += (c ? "|" : "") + (rows.rows[0][c].isNull() ? "<null>" : rows.rows[0][c].asString());
-  }
-  return text;
-}
 std::string IntakeTest::logText() const {
   const auto path = LogFile(kLogBuscaLeads, clock_).pathFor(clock_->now());
   return std::filesystem::exists(path) ? readFile(path) : "";
 }
 Strings IntakeTest::confirmedLeads() const {
   Strings confirmed;
-  for (const auto& lead : sandbox().leads()) {
+  for (const auto& lead : sandbox().leads())
     if (lead["confirmed"].get<bool>()) confirmed.push_back(lead["IdLead"].get<std::string>());
-  }
   return confirmed;
 }
 

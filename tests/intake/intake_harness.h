@@ -3,17 +3,13 @@
 // a fake database for SQL text and failures.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "support/firebird_db.h"
+#include "data/fixture.h"
 #include "support/fixed_clock.h"
-#include "support/recording_connection.h"
 #include "support/sandbox_process.h"
-#include "vornleads/error.h"
 #include "vornleads/intake/leads_vw_metodos.h"
 
 namespace vornleads::test {
@@ -40,27 +36,15 @@ struct Host : RunControl, Pause {
   void sleep(int milliseconds) override { waits.push_back(milliseconds); }
 };
 
-// The message of the VornError a call raises, "" when it raises none.
-template <typename Call>
-std::string failure(Call call) {
-  try {
-    call();
-  } catch (const VornError& error) {
-    return error.what();
-  }
-  return "";
-}
-
 class IntakeTest : public ::testing::Test {
  protected:
   void SetUp() override;
   // A fresh worker on the database: library bridge, test clock, host.
   TLeadsVWMetodosClass& newWorker();
   std::string cycle() {
-    return failure([this] { newWorker().buscarLeads(); });
+    return outcome([this] { newWorker().buscarLeads(); });
   }
-  // The first row of a query as "A|B|..." (null "<null>"), "" when there is none.
-  std::string row(const std::string& sql) const;
+  std::string row(const std::string& sql) const { return linha(db_->connect()->query(sql)); }
   int64_t count(const std::string& table) const {
     return std::stoll(row("SELECT COUNT(*) FROM " + table));
   }

@@ -25,7 +25,7 @@ constexpr char kReinicio[] =
 TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConfirms) {
   const Json item = leadItem("5001");
   sandbox().addLeads(Json::array({item}));
-  EXPECT_EQ(cycle(), "");
+  EXPECT_EQ(cycle(), "no error");
   EXPECT_EQ(row("SELECT EMPRESA, REVENDA, CONTATO, DTA_CONTATO, SITUACAO, DES_CONTATO, "
                 "ATIVO_PASSIVO, DEPARTAMENTO, TIPO_CONTATO, SUB_TIPO_CONTATO, USUARIO_ABRIU, "
                 "USUARIO_ENCAMINHADO_ORIGINAL, USUARIO_ENCAMINHADO, CLIENTE, FORMA_CONTATO, "
@@ -71,7 +71,7 @@ TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
   execute("DELETE FROM CAC_FORMA_CONTATO WHERE TIPO_FORMA_CONTATO = 1");
   sandbox().addLeads(Json::array({leadItem("5010")}));
   newWorker().setIntervaloRepeticao(1500);
-  EXPECT_EQ(failure([&] { worker_->buscarLeads(); }), kReinicio);
+  EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
   EXPECT_EQ(host_->waits, std::vector<int>(6, 1500));
   const TotaisIntake& t = worker_->totais();
   EXPECT_EQ((std::vector<int>{6, 6, 6, 0}),
@@ -152,12 +152,12 @@ TEST_F(IntakeTest, ReceiptNeedsABridgeAndAnAnswerWithAStatus) {
   lead.usuarioCorreio = 12;
   lead.leadID = 77;
   worker_->IntegraLeadsVW = nullptr;
-  EXPECT_EQ(failure([&] { worker_->marcaLeadComoRecebido(lead); }),
+  EXPECT_EQ(outcome([&] { worker_->marcaLeadComoRecebido(lead); }),
             "Função IntegraLeadsVW não definida");
   worker_->IntegraLeadsVW = [](int32_t, const AnsiString&) -> AnsiString {
     return R"({"Status":null})";
   };
-  EXPECT_EQ(failure([&] { worker_->marcaLeadComoRecebido(lead); }),
+  EXPECT_EQ(outcome([&] { worker_->marcaLeadComoRecebido(lead); }),
             R"(Resposta do serviço de leads sem Status: {"Status":null})");
   EXPECT_EQ(0, worker_->totais().confirmados);
 }
@@ -215,9 +215,8 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
   EXPECT_EQ(confirmed, good);
   // Prospects of the leads that failed after registering them went back with their leads.
   for (const char* table :
-       {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"}) {
+       {"CAC_LEAD_CONTATO", "CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"})
     EXPECT_EQ(count(table), static_cast<int64_t>(good.size())) << table;
-  }
   EXPECT_EQ(row("SELECT C.NOME, T.EMAIL, T.DES_CONTATO, L.MENSAGEM, J.CGC FROM CAC_LEAD_CONTATO L "
                 "JOIN CAC_CONTATO T ON T.CONTATO = L.CONTATO JOIN FAT_CLIENTE C ON C.CLIENTE = "
                 "T.CLIENTE JOIN FAT_PESSOA_JURIDICA J ON J.CLIENTE = C.CLIENTE WHERE "
@@ -227,35 +226,33 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
                 "\r\nTELEFONE: 11-900007003\r\nE-MAIL: 7003" + awkward + "|" + awkward +
                 "|7003');--");
   const std::string log = logText();
-  for (const auto& [bad, message] : failing) {
+  for (const auto& [bad, message] : failing)
     EXPECT_NE(log.find("Requisição: \r\n\r\n\r\nResposta:\r\n" + message), std::string::npos)
         << bad["IdLead"];
-  }
   for (const char* logged : {"Interesse recusado pelo banco", "SQL: INSERT INTO CAC_INTERESSE",
-                             "SQL: INSERT INTO CAC_LEAD_CONTATO"}) {
+                             "SQL: INSERT INTO CAC_LEAD_CONTATO"})
     EXPECT_NE(log.find(logged), std::string::npos) << logged;
-  }
 }
 
 // A linked lead's status: 0 moves its contact to the new intended date, 1 and 9 keep it,
 // 7 (a sale) closes it as realised, any other final status as lost. Never a second contact.
 TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
   sandbox().addLeads(Json::array({leadItem("8001"), leadItem("8002")}));
-  EXPECT_EQ(cycle(), "");
+  EXPECT_EQ(cycle(), "no error");
   struct Case {
     std::string id, contato;  // contato: DTA_CONTATO|SITUACAO|SITUACAO_FECHAMENTO|DTA_FECHAMENTO
     int status, revisados;
   };
-  for (const Case& c : {Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 0, 1},
-                        Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 1, 1},
-                        Case{"8001", "12/06/2025 14:00:00|A|<null>|<null>", 9, 1},
+  for (const Case& c : {Case{"8001", "12/06/2025 14:00:00|A|-|-", 0, 1},
+                        Case{"8001", "12/06/2025 14:00:00|A|-|-", 1, 1},
+                        Case{"8001", "12/06/2025 14:00:00|A|-|-", 9, 1},
                         Case{"8001", "12/06/2025 14:00:00|F|R|09/06/2025 09:00:00", 7, 0},
                         Case{"8002", "10/06/2025 10:00:00|F|P|09/06/2025 09:00:00", 3, 0}}) {
     SCOPED_TRACE(c.status);
     const std::string data = c.status ? "13/06/2025 08:00:00" : "12/06/2025 14:00:00";
     sandbox().addLeads(
         Json::array({leadItem(c.id, {{"Status", c.status}, {"DataIntencao", data}})}));
-    EXPECT_EQ(cycle(), "");
+    EXPECT_EQ(cycle(), "no error");
     EXPECT_EQ(c.contato, row("SELECT C.DTA_CONTATO, C.SITUACAO, C.SITUACAO_FECHAMENTO, "
                              "C.DTA_FECHAMENTO FROM CAC_CONTATO C JOIN CAC_LEAD_CONTATO L ON "
                              "L.CONTATO = C.CONTATO WHERE L.ID_LEAD_VW = " +
@@ -263,15 +260,14 @@ TEST_F(IntakeTest, StatusOfALinkedLeadKeepsUpdatesOrClosesItsContact) {
     EXPECT_EQ(c.revisados, worker_->totais().revisados);
     EXPECT_EQ(1 - c.revisados, worker_->totais().encerrados);
   }
-  for (const char* table : {"CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"}) {
+  for (const char* table : {"CAC_CONTATO", "CAC_INTERESSE", "GER_MENSAGEM", "FAT_CLIENTE"})
     EXPECT_EQ(count(table), 2) << table;
-  }
   // Naming another customer now, the lead registers a new prospect for its contact.
   sandbox().addLeads(Json::array({leadItem("8001", {{"CpfCnpj", "70000000001"},
                                                     {"Email", "outra@exemplo.com.br"},
                                                     {"Telefone", 911112222},
                                                     {"Nome", "Outra Pessoa"}})}));
-  EXPECT_EQ(cycle(), "");
+  EXPECT_EQ(cycle(), "no error");
   EXPECT_EQ(row("SELECT T.CLIENTE, C.NOME, F.CPF FROM CAC_CONTATO T, FAT_CLIENTE C, "
                 "FAT_PESSOA_FISICA F WHERE T.CONTATO = 1 AND C.CLIENTE = T.CLIENTE AND "
                 "F.CLIENTE = C.CLIENTE"),
@@ -289,7 +285,7 @@ TEST_F(IntakeTest, CustomerWithAContactScheduledForTheDateGetsOnlyTheLinkAndStat
       "DTA_NOVO_CONTATO) VALUES (1, 1, 900, CAST('2025-06-01 09:00:00' AS TIMESTAMP), 'A', "
       "700, CAST('2025-06-10 10:00:00' AS TIMESTAMP))");
   sandbox().addLeads(Json::array({leadItem("8100")}));
-  EXPECT_EQ(cycle(), "");
+  EXPECT_EQ(cycle(), "no error");
   EXPECT_EQ(count("CAC_CONTATO") + count("CAC_INTERESSE") + count("GER_MENSAGEM"), 1);
   EXPECT_EQ(row("SELECT CONTATO FROM CAC_LEAD_CONTATO WHERE ID_LEAD_VW = 8100"), "900");
   EXPECT_EQ(worker_->totais().vinculados, 1);
@@ -361,41 +357,26 @@ TEST_F(IntakeTest, CustomerIsMatchedByTaxNumberEmailOrPhoneElseRegistered) {
 TEST_F(IntakeTest, ConversionsReadNumbersAsTheHostDoes) {
   using namespace intake;
   for (const auto& [texto, valor] :
-       {std::make_pair("5001", 5001), std::make_pair("  19", 19), std::make_pair("+7", 7),
-        std::make_pair("-8", -8), std::make_pair("-2147483648", INT32_MIN)}) {
+       {std::pair{"5001", 5001}, {"  19", 19}, {"+7", 7}, {"-8", -8}, {"-2147483648", INT32_MIN}})
     EXPECT_EQ(TextoParaInteiro(texto), valor);
-  }
-  for (const char* bad :
-       {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"}) {
-    EXPECT_EQ(failure([&] { TextoParaInteiro(bad); }),
+  for (const char* bad : {"", " ", "12 ", "1e3", "12a", "2147483648", "99999999999999999999", "-"})
+    EXPECT_EQ(outcome([&] { TextoParaInteiro(bad); }),
               "\"" + std::string(bad) + "\" is not a valid integer value");
-  }
-  for (const auto& [valor, inteiro] :
-       {std::make_pair(2.5, 2), std::make_pair(3.5, 4), std::make_pair(-2.5, -2),
-        std::make_pair(987654321.4, 987654321), std::make_pair(2147483647.4, INT32_MAX)}) {
+  for (const auto& [valor, inteiro] : std::initializer_list<std::pair<double, int>>{
+           {2.5, 2}, {3.5, 4}, {-2.5, -2}, {987654321.4, 987654321}, {2147483647.4, INT32_MAX}})
     EXPECT_EQ(ArredondaInteiro(valor), inteiro) << valor;
-  }
-  EXPECT_EQ(failure([] { ArredondaInteiro(11987654321.0); }),
+  EXPECT_EQ(outcome([] { ArredondaInteiro(11987654321.0); }),
             "\"11987654321\" is not a valid integer value");
   EXPECT_THROW(ArredondaInteiro(std::nan("")), ConversionError);
-  for (const auto& [texto, valor] :
-       {std::make_pair("150000,75", 150000.75), std::make_pair("150000.75", 150000.75),
-        std::make_pair(" -3 ", -3.0), std::make_pair("1,5E2", 150.0), std::make_pair("+1e-1", 0.1),
-        std::make_pair("9", 9.0)}) {
-    EXPECT_DOUBLE_EQ(TextoParaReal(texto), valor) << texto;
-  }
-  for (const char* bad : {"", "abc", "1.000,00", "R$ 10", "1,5,0", "1e", "1e+", "1e999"}) {
-    EXPECT_EQ(failure([&] { TextoParaReal(bad); }),
+  const std::vector<std::pair<const char*, double>> reais = {
+      {"150000,75", 150000.75}, {"150000.75", 150000.75}, {" -3 ", -3.0},
+      {"1,5E2", 150.0},         {"+1e-1", 0.1},           {"9", 9.0}};
+  for (const auto& [texto, valor] : reais) EXPECT_DOUBLE_EQ(TextoParaReal(texto), valor) << texto;
+  for (const char* bad : {"", "abc", "1.000,00", "R$ 10", "1,5,0", "1e", "1e+", "1e999"})
+    EXPECT_EQ(outcome([&] { TextoParaReal(bad); }),
               "\"" + std::string(bad) + "\" is not a valid floating point value");
-  }
 }
 
-SqlRowSet rows(Strings columns, std::vector<SqlValue> values) {
-  SqlRowSet set;
-  set.columns = std::move(columns);
-  set.rows = {std::move(values)};
-  return set;
-}
 // Each lookup that finds nothing fails the lead with a message of its own; what it finds fills
 // the lead. Each case is one scripted answer of the fake, or none.
 TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
@@ -406,17 +387,17 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
   lead.revenda = 3;
   const auto cac = [&](SqlValue usuarios, SqlValue origem, Strings cpfs) {
     fake_.respond("SELECT USUARIOS_NOTIF_CONTATO_VEI,        ORIGEM_TRAFEGO_LEADVW",
-                  rows({"USUARIOS_NOTIF_CONTATO_VEI", "ORIGEM_TRAFEGO_LEADVW"},
-                       {std::move(usuarios), std::move(origem)}));
+                  SqlRowSet{{"USUARIOS_NOTIF_CONTATO_VEI", "ORIGEM_TRAFEGO_LEADVW"},
+                            {{std::move(usuarios), std::move(origem)}}});
     for (const auto& cpf : cpfs) fake_.respond("SELECT CPF", singleValue("CPF", V::text(cpf)));
     lead.usuarioCorreio = 12;
-    return failure([&] { onFake_.buscaParametrosCAC(lead); });
+    return outcome([&] { onFake_.buscaParametrosCAC(lead); });
   };
   const auto veiculos = [&](SqlValue tipo, SqlValue subTipo, SqlValue departamento) {
     fake_.respond("select TIPO_CONTATO",
-                  rows({"TIPO_CONTATO", "SUB_TIPO_CONTATO", "DEPARTAMENTO"},
-                       {std::move(tipo), std::move(subTipo), std::move(departamento)}));
-    return failure([&] { onFake_.buscaParametrosVeiculos(lead); });
+                  SqlRowSet{{"TIPO_CONTATO", "SUB_TIPO_CONTATO", "DEPARTAMENTO"},
+                            {{std::move(tipo), std::move(subTipo), std::move(departamento)}}});
+    return outcome([&] { onFake_.buscaParametrosVeiculos(lead); });
   };
   const std::string head = "Não foi possível incluir o lead 4711\r\n";
   const std::string crm = "] não definido nos parâmetros de CRM da empresa/revenda 2.3";
@@ -430,32 +411,31 @@ TEST_F(IntakeTest, LookupsFillTheLeadOrNameWhatIsMissing) {
       {cac(V::text("12,15"), V::integer(7), {"0", "0"}), head + cpf},
       {cac(V::text("12,15"), V::integer(7), {}), head + cpf},
       {cac(V::text("doze,15"), V::integer(7), {}), "\"doze\" is not a valid integer value"},
-      {cac(V::text(" 12,x"), V::integer(8), {"1", "22233344405"}), ""},
+      {cac(V::text(" 12,x"), V::integer(8), {"1", "22233344405"}), "no error"},
       {veiculos(V(), V::integer(2), V()), head + "Parâmetro [Tipo de Contato" + veiculo},
       {veiculos(V::integer(1), V::text(""), V::integer(3)),
        head + "Parâmetro [Subtipo de contato" + veiculo},
       {veiculos(V::integer(1), V::integer(2), V()), head + "Parâmetro [Departamento" + veiculo},
-      {veiculos(V::integer(1), V::integer(2), V::integer(3)), ""},
-      {failure([&] { onFake_.buscaEmpresaRevendaLead(777, lead); }),
+      {veiculos(V::integer(1), V::integer(2), V::integer(3)), "no error"},
+      {outcome([&] { onFake_.buscaEmpresaRevendaLead(777, lead); }),
        head + "DN 777 não encontrado no banco de dados"},
-      {failure([&] { onFake_.buscaFormaContatoWeb(lead); }),
+      {outcome([&] { onFake_.buscaFormaContatoWeb(lead); }),
        head + "Não existe forma de contato do tipo E-mail não cadastrada na empresa 2"},
-      {failure([&] { onFake_.buscaVendedorAdministrador(lead); }),
+      {outcome([&] { onFake_.buscaVendedorAdministrador(lead); }),
        head + "Vendedor para o usuário 0 não cadastrado na empresa/revenda 2.3"},
-      {failure([&] {
+      {outcome([&] {
          fake_.setAffectedRows(0);
          FechaContatoCRM(fake_, fechamento);
        }),
        "Erro ao encerrar o contato para o lead 77\r\nContato 1.2.5 não encontrado"},
-      {failure([&] {
+      {outcome([&] {
          fake_.failOn("select PROXIMO_NUMERO", "Table unknown");
          onFake_.BuscaProximoNumeroTran(1, 1, 1, "INTERESSE", "CAC_INTERESSE");
        }),
        "Erro ao buscar o próximo numero da tabela CAC_INTERESSE\r\nTable unknown"},
   };
-  for (const auto& [message, expected] : cases) {
-    EXPECT_EQ(expected, message.substr(0, expected.size()));  // database errors add the SQL
-  }
+  for (const auto& [message, expected] : cases)  // database errors add the SQL
+    EXPECT_EQ(expected, message.substr(0, expected.size()));
   EXPECT_EQ((std::vector<int>{12, 8, 1, 2, 3}),
             (std::vector<int>{lead.usuarioCorreio, lead.origemTrafego, lead.tipoContato,
                               lead.subTipoContato, lead.departamento}));
