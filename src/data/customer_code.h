@@ -16,7 +16,7 @@
 namespace vornleads {
 
 // A code above every CLIENTE committed in FAT_CLIENTE and never handed out before by this
-// series. Reads and the counter's repair run on connection's second attachment, outside the
+// series. Reads and the counter's repair run on connection's autonomous(), outside the
 // caller's transaction. Raises VornError naming the counter when it cannot be read or moved
 // (for instance a PROXIMO_NUMERO that is not a number), or when every attempt collided.
 int32_t nextCustomerCode(SqlConnection& connection);

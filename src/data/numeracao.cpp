@@ -46,6 +46,11 @@ using numeracao::campoInteiro;
 using numeracao::conflitoConcorrente;
 
 constexpr int kTentativas = 100;
+// A draw that keeps meeting a locked counter row gives up once this much time has passed, so
+// that a row held by a transaction that will not end soon (the caller's own, or one that waits
+// for the caller's) fails the draw instead of holding it: Firebird reports a lock time-out
+// with the same words as a concurrent update, so the time tells them apart.
+constexpr std::chrono::seconds kPrazoTentativas(8);
 
 std::string citado(const std::string& text) {
   std::string quoted = "'";
@@ -137,17 +142,21 @@ int32_t BuscaProximoNumero(SqlConnection& connection, int32_t empresa, int32_t r
                           transacao);
   }
 
-  // The draw runs on the connection's second attachment, begun and committed here, whatever
+  // The draw runs on the connection's autonomous(), begun and committed here, whatever
   // the caller has open: the counter row is locked only for the instant of the draw, and a
   // caller that rolls back leaves a gap, never a number handed out twice.
   SqlConnection& propria = connection.autonomous();
   UpdateRoute rotaPropria(propria);
+  const auto inicio = std::chrono::steady_clock::now();
   for (int tentativa = 1;; ++tentativa) {
     try {
       return contadorTabela(propria, rotaPropria, empresa, revenda, tabela, numerador, quantidade,
                             true);
     } catch (const DatabaseError& error) {
-      if (tentativa >= kTentativas || !conflitoConcorrente(error)) throw;
+      if (tentativa >= kTentativas || !conflitoConcorrente(error) ||
+          std::chrono::steady_clock::now() - inicio >= kPrazoTentativas) {
+        throw;
+      }
     }
     // A short, growing pause lets the other drawer commit before the next snapshot.
     std::this_thread::sleep_for(std::chrono::milliseconds(std::min(tentativa, 20)));

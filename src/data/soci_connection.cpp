@@ -10,6 +10,7 @@ extern "C" soci::backend_factory const* factory_odbc();
 
 #include <cctype>
 
+#include "data/firebird_sibling.h"
 #include "data/soci_rows.h"
 #include "vornleads/error.h"
 
@@ -209,8 +210,23 @@ std::vector<std::string> SociConnection::primaryKey(const std::string& table) {
   return columns;
 }
 
+namespace {
+
+// The attachment handle of SOCI's Firebird session. Read without the sanitizer's type check:
+// SOCI does not export the backend's type information.
+__attribute__((no_sanitize("vptr"))) isc_db_handle* firebirdAttachment(soci::session& session) {
+  return &static_cast<soci::firebird_session_backend*>(session.get_backend())->dbhp_;
+}
+
+}  // namespace
+
 SqlConnection& SociConnection::autonomous() {
-  if (!autonomous_) autonomous_ = std::make_unique<SociConnection>(target_);
+  if (autonomous_) return *autonomous_;
+  if (target_.backend == "firebird") {
+    autonomous_ = std::make_unique<FirebirdSiblingConnection>(firebirdAttachment(*session_), *this);
+  } else {
+    autonomous_ = std::make_unique<SociConnection>(target_);
+  }
   return *autonomous_;
 }
 

@@ -10,6 +10,9 @@
 // the first ends; if the first commits, the second fails with a DatabaseError whose message
 // holds the database's "update conflicts with concurrent update" (callers that can, retry).
 //
+// autonomous(): on Firebird, transactions of their own on this same attachment (see
+// firebird_sibling.h for why not a second attachment); elsewhere a second connection.
+//
 // Destruction with a transaction open rolls it back (SOCI's Firebird backend would commit it),
 // so a connection dropped in the middle of a transaction leaves nothing half-written.
 #pragma once
@@ -56,11 +59,11 @@ class SociConnection final : public SqlConnection {
   void endImplicitTransaction(bool succeeded);
   soci::statement prepared(const std::string& sql, soci::row* row);
 
-  ConnectionTarget target_;  // to open the second attachment
+  ConnectionTarget target_;  // to open the second connection (not Firebird)
   std::string driverName_;
   std::string password_;  // only to scrub it from messages
   std::unique_ptr<soci::session> session_;
-  std::unique_ptr<SociConnection> autonomous_;
+  std::unique_ptr<SqlConnection> autonomous_;
   bool inTransaction_ = false;
   std::map<std::string, std::vector<std::string>> primaryKeys_;
 };

@@ -15,14 +15,18 @@
 //     batches (FAT_NFSE / LOTE) of a new branch continue branch 1's numbering.
 //
 // Transactions: with transacao true the counter-table draw runs in a transaction of its own
-// on the connection's second attachment (SqlConnection::autonomous), begun and committed here,
+// of the connection's autonomous() (SqlConnection::autonomous), begun and committed here,
 // whatever transaction the caller has open: the counter row is locked only for the draw, and
 // a caller that rolls back afterwards leaves a gap in the numbers, never a duplicate. When
 // Firebird reports a conflict with a concurrent drawer (update conflict, lock conflict,
 // deadlock, or a counter row inserted by another connection at the same moment), the draw is
-// rolled back and repeated, up to 100 times; every other error rolls it back and reaches the
-// caller. With transacao false the statements run on `connection` itself, inside the
-// caller's transaction if one is open, and errors reach the caller as they are.
+// rolled back and repeated, up to 100 times and for no more than about 8 seconds; every other
+// error rolls it back and reaches the caller. On Firebird the draw's transactions wait at most
+// a few seconds for a locked row, so a counter row that the caller's own open transaction
+// already updated, or that a transaction waiting for the caller's holds, fails the draw with
+// a DatabaseError instead of waiting forever. With transacao false the statements run on
+// `connection` itself, inside the caller's transaction if one is open, and errors reach the
+// caller as they are.
 //
 // Remote mode (see host_settings.h): update statements, "create sequence" and this routine's
 // own transactions go to the host's application server; queries read `connection`.

@@ -38,14 +38,16 @@ class SqlConnection {
   // Primary-key columns of a table, upper case, in key order (empty when it has none).
   virtual std::vector<std::string> primaryKey(const std::string& table) = 0;
 
-  // A second attachment to the same database, for work that must begin and commit on its own
+  // A connection of its own to the same database, for work that must begin and commit alone,
   // whatever transaction this connection has open (record counters drawn while a lead is
   // being written). Opened on first use, then kept and owned by this connection, so it lives
   // no longer than this one. It sees what other transactions committed, never this
   // connection's open transaction. DatabaseError when it cannot be opened.
   //
   // Beware of rows this connection's open transaction has already updated: the other
-  // attachment waits for that transaction to end before it can update them too.
+  // transaction waits for that one to end before it can update them too. On Firebird this is
+  // a second transaction on the same attachment (not a second attachment: see
+  // data/firebird_sibling.h), whose lock waits end after a few seconds with a DatabaseError.
   virtual SqlConnection& autonomous() = 0;
 };
 

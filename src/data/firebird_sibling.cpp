@@ -1,0 +1,275 @@
+#include "data/firebird_sibling.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "vornleads/error.h"
+
+namespace vornleads {
+namespace {
+
+std::string statusMessage(const ISC_STATUS* status) {
+  std::string message;
+  char buffer[1024];
+  const ISC_STATUS* vector = status;
+  while (fb_interpret(buffer, sizeof buffer, &vector) > 0) {
+    if (!message.empty()) message += "\n";
+    message += buffer;
+  }
+  return message.empty() ? "unknown Firebird error" : message;
+}
+
+void check(ISC_STATUS result, const ISC_STATUS* status, const std::string& sql) {
+  if (result != 0) throw DatabaseError(statusMessage(status), sql);
+}
+
+// A statement handle, dropped when the scope ends.
+class Statement {
+ public:
+  explicit Statement(isc_db_handle* attachment, const std::string& sql) {
+    ISC_STATUS_ARRAY status;
+    check(isc_dsql_allocate_statement(status, attachment, &handle_), status, sql);
+  }
+  ~Statement() {
+    ISC_STATUS_ARRAY status;
+    isc_dsql_free_statement(status, &handle_, DSQL_drop);
+  }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+  isc_stmt_handle* handle() { return &handle_; }
+
+ private:
+  isc_stmt_handle handle_ = 0;
+};
+
+// An output descriptor for n columns with a buffer per column.
+class Columns {
+ public:
+  explicit Columns(short n) : memory_(XSQLDA_LENGTH(n) / sizeof(std::max_align_t) + 1) {
+    da()->version = SQLDA_VERSION1;
+    da()->sqln = n;
+  }
+  XSQLDA* da() { return reinterpret_cast<XSQLDA*>(memory_.data()); }
+  void bind() {
+    buffers_.resize(da()->sqld);
+    nulls_.resize(da()->sqld);
+    for (short i = 0; i < da()->sqld; ++i) {
+      XSQLVAR& var = da()->sqlvar[i];
+      buffers_[i].assign(var.sqllen + sizeof(short) + 8, 0);
+      var.sqldata = buffers_[i].data();
+      var.sqlind = &nulls_[i];
+    }
+  }
+  SqlValue value(short i, const std::string& sql) {
+    const XSQLVAR& var = da()->sqlvar[i];
+    if ((var.sqltype & 1) != 0 && *var.sqlind < 0) return SqlValue();
+    const char* data = var.sqldata;
+    int64_t whole = 0;
+    switch (var.sqltype & ~1) {
+      case SQL_TEXT: {
+        std::string text(data, var.sqllen);
+        while (!text.empty() && text.back() == ' ') text.pop_back();
+        return SqlValue::text(text);
+      }
+      case SQL_VARYING: {
+        short length = 0;
+        std::memcpy(&length, data, sizeof length);
+        return SqlValue::text(std::string(data + sizeof length, length));
+      }
+      case SQL_SHORT: {
+        int16_t v = 0;
+        std::memcpy(&v, data, sizeof v);
+        whole = v;
+        break;
+      }
+      case SQL_LONG: {
+        int32_t v = 0;
+        std::memcpy(&v, data, sizeof v);
+        whole = v;
+        break;
+      }
+      case SQL_INT64:
+        std::memcpy(&whole, data, sizeof whole);
+        break;
+      case SQL_FLOAT: {
+        float v = 0;
+        std::memcpy(&v, data, sizeof v);
+        return SqlValue::real(v);
+      }
+      case SQL_DOUBLE: {
+        double v = 0;
+        std::memcpy(&v, data, sizeof v);
+        return SqlValue::real(v);
+      }
+      default:
+        throw DatabaseError("Column type " + std::to_string(var.sqltype & ~1) +
+                                " is not read on the counter transaction",
+                            sql);
+    }
+    if (var.sqlscale == 0) return SqlValue::integer(whole);
+    return SqlValue::real(static_cast<double>(whole) * std::pow(10.0, var.sqlscale));
+  }
+  std::string name(short i) {
+    const XSQLVAR& var = da()->sqlvar[i];
+    std::string text(var.aliasname, var.aliasname_length);
+    for (char& ch : text) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    return text;
+  }
+
+ private:
+  std::vector<std::max_align_t> memory_;
+  std::vector<std::vector<char>> buffers_;
+  std::vector<short> nulls_;
+};
+
+int64_t affectedRows(isc_stmt_handle* statement, const std::string& sql) {
+  const char items[] = {isc_info_sql_records};
+  char answer[64] = {};
+  ISC_STATUS_ARRAY status;
+  check(isc_dsql_sql_info(status, statement, sizeof items, items, sizeof answer, answer), status,
+        sql);
+  if (answer[0] != isc_info_sql_records) return -1;
+  int64_t total = 0;
+  for (const char* p = answer + 3; *p != isc_info_end && p < answer + sizeof answer - 3;) {
+    const char item = *p++;
+    const short length = static_cast<short>(isc_vax_integer(p, 2));
+    p += 2;
+    const int64_t count = isc_vax_integer(p, length);
+    p += length;
+    if (item == isc_info_req_insert_count || item == isc_info_req_update_count ||
+        item == isc_info_req_delete_count) {
+      total += count;
+    }
+  }
+  return total;
+}
+
+}  // namespace
+
+FirebirdSiblingConnection::FirebirdSiblingConnection(isc_db_handle* attachment,
+                                                     SqlConnection& owner)
+    : attachment_(attachment), owner_(owner) {}
+
+FirebirdSiblingConnection::~FirebirdSiblingConnection() {
+  if (transaction_ == 0) return;
+  ISC_STATUS_ARRAY status;
+  // Nothing more can be done here; the engine rolls back when the attachment goes away.
+  isc_rollback_transaction(status, &transaction_);
+}
+
+void FirebirdSiblingConnection::start(const std::string& sql) {
+  const unsigned timeout = kLockTimeoutSeconds;
+  const char parameters[] = {isc_tpb_version3,
+                             isc_tpb_write,
+                             isc_tpb_concurrency,
+                             isc_tpb_wait,
+                             isc_tpb_lock_timeout,
+                             4,
+                             static_cast<char>(timeout & 0xFF),
+                             static_cast<char>((timeout >> 8) & 0xFF),
+                             static_cast<char>((timeout >> 16) & 0xFF),
+                             static_cast<char>((timeout >> 24) & 0xFF)};
+  ISC_STATUS_ARRAY status;
+  check(isc_start_transaction(status, &transaction_, 1, attachment_,
+                              static_cast<unsigned short>(sizeof parameters), parameters),
+        status, sql);
+}
+
+void FirebirdSiblingConnection::end(bool commit, const std::string& sql) {
+  ISC_STATUS_ARRAY status;
+  const ISC_STATUS result = commit ? isc_commit_transaction(status, &transaction_)
+                                   : isc_rollback_transaction(status, &transaction_);
+  if (result == 0) return;
+  const std::string message = statusMessage(status);
+  // A transaction that cannot be committed is given up; its locks go with the rollback.
+  ISC_STATUS_ARRAY ignored;
+  if (transaction_ != 0) isc_rollback_transaction(ignored, &transaction_);
+  transaction_ = 0;
+  throw DatabaseError(message, sql);
+}
+
+template <typename Work>
+auto FirebirdSiblingConnection::run(const std::string& sql, Work&& work) {
+  if (transaction_ == 0) start(sql);
+  try {
+    auto result = work();
+    if (!explicit_) end(true, "COMMIT");
+    return result;
+  } catch (const DatabaseError&) {
+    if (!explicit_ && transaction_ != 0) {
+      ISC_STATUS_ARRAY status;
+      isc_rollback_transaction(status, &transaction_);
+      transaction_ = 0;
+    }
+    throw;
+  }
+}
+
+SqlRowSet FirebirdSiblingConnection::query(const std::string& sql) {
+  return run(sql, [&] {
+    Statement statement(attachment_, sql);
+    Columns columns(8);
+    ISC_STATUS_ARRAY status;
+    check(isc_dsql_prepare(status, &transaction_, statement.handle(), 0, sql.c_str(),
+                           SQL_DIALECT_V6, columns.da()),
+          status, sql);
+    Columns all(columns.da()->sqld > 8 ? columns.da()->sqld : 8);
+    check(isc_dsql_describe(status, statement.handle(), SQLDA_VERSION1, all.da()), status, sql);
+    all.bind();
+    check(isc_dsql_execute(status, &transaction_, statement.handle(), SQLDA_VERSION1, nullptr),
+          status, sql);
+    SqlRowSet rows;
+    for (short i = 0; i < all.da()->sqld; ++i) rows.columns.push_back(all.name(i));
+    for (;;) {
+      const ISC_STATUS fetched =
+          isc_dsql_fetch(status, statement.handle(), SQLDA_VERSION1, all.da());
+      if (fetched == 100) break;
+      check(fetched, status, sql);
+      std::vector<SqlValue> row;
+      for (short i = 0; i < all.da()->sqld; ++i) row.push_back(all.value(i, sql));
+      rows.rows.push_back(std::move(row));
+    }
+    return rows;
+  });
+}
+
+int64_t FirebirdSiblingConnection::execute(const std::string& sql) {
+  return run(sql, [&]() -> int64_t {
+    Statement statement(attachment_, sql);
+    ISC_STATUS_ARRAY status;
+    check(isc_dsql_prepare(status, &transaction_, statement.handle(), 0, sql.c_str(),
+                           SQL_DIALECT_V6, nullptr),
+          status, sql);
+    check(isc_dsql_execute(status, &transaction_, statement.handle(), SQLDA_VERSION1, nullptr),
+          status, sql);
+    return affectedRows(statement.handle(), sql);
+  });
+}
+
+void FirebirdSiblingConnection::beginTransaction() {
+  if (explicit_) throw VornError("A transaction is already open on this connection");
+  start("BEGIN TRANSACTION");
+  explicit_ = true;
+}
+
+void FirebirdSiblingConnection::commit() {
+  if (!explicit_) throw VornError("No transaction is open on this connection");
+  explicit_ = false;
+  end(true, "COMMIT");
+}
+
+void FirebirdSiblingConnection::rollback() {
+  if (!explicit_) throw VornError("No transaction is open on this connection");
+  explicit_ = false;
+  end(false, "ROLLBACK");
+}
+
+std::vector<std::string> FirebirdSiblingConnection::primaryKey(const std::string& table) {
+  return owner_.primaryKey(table);
+}
+
+}  // namespace vornleads
