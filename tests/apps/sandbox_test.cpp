@@ -4,7 +4,7 @@
 #include <dlfcn.h>
 #include <signal.h>
 
-#include <regex>
+#include <cctype>
 #include <thread>
 
 #include "apps/cli.h"
@@ -47,48 +47,23 @@ class SandboxTest : public ::testing::Test {
   SandboxProcess sandbox_{leadsFile()};
 };
 
-TEST_F(SandboxTest, PrintsItsEndpointAndStopsCleanlyOnSignals) {
-  const std::string base = "http://127.0.0.1:" + std::to_string(sandbox_.port());
-  EXPECT_EQ(sandbox_.url(), base + "/VornLeadsVW/VornISAPILeadsVW.dll/soap/VornLeadsVW");
-  EXPECT_EQ(sandbox_.baseUrl(), base);
-  SandboxProcess interrupted;
-  ASSERT_EQ(0, kill(interrupted.pid(), SIGINT));
-  for (auto [process, signal] : {std::pair{&sandbox_, "SIGTERM"}, {&interrupted, "SIGINT"}}) {
-    EXPECT_EQ(process->stop(), 0);
-    EXPECT_NE(process->log().find(std::string("stopped (") + signal + ")"), std::string::npos);
-  }
-}
-
-TEST(SandboxCommandLine, HelpAndBadArgumentsEndWithoutServing) {
+// What keeps the sandbox from serving ends it with status 1 and the reason.
+TEST(SandboxCommandLine, RefusesToServeWhatItCannot) {
   TempDir dir("sandbox-cli");
   const std::string bad = (dir / "bad.json").string();
   writeFile(bad, R"([{"Nome": "sem identificador"}])");
   SandboxProcess first;  // a port in use is refused rather than shared
-  const std::string port = std::to_string(first.port());
-  const struct {
-    std::string arguments;
-    int status;
-    std::string output;  // the whole output, or parts of it ("|" between) after "..."
-  } cases[] = {
-      {"--help", 0, "...--bind|--port|--leads|--tls-cert|--tls-key"},
-      {"--port 70000", 2, "...70000"},
-      {"--port 0 --leads " + bad, 1, "...lead 1 has no IdLead"},
-      {"--port " + port, 1, "vornleads-sandbox: cannot listen on 127.0.0.1:" + port + "\n"},
-      {"--port 0 --tls-cert " + bad, 2, "...--tls-key"},
-      {"--port 0 --tls-cert " + bad + " --tls-key " + bad, 1,
-       "vornleads-sandbox: cannot serve TLS with certificate " + bad + " and key " + bad + "\n"},
-  };
-  for (const auto& c : cases) {
+  const std::string port = std::to_string(first.port()), sandbox = "vornleads-sandbox: ";
+  for (const auto& [arguments, message] : std::vector<std::pair<std::string, std::string>>{
+           {"--port 0 --leads " + bad, "lead 1 has no IdLead"},
+           {"--port " + port, sandbox + "cannot listen on 127.0.0.1:" + port + "\n"},
+           {"--port 0 --tls-cert " + bad + " --tls-key " + bad,
+            sandbox + "cannot serve TLS with certificate " + bad + " and key " + bad + "\n"}}) {
     // A sandbox that serves when it should have refused is ended by the time-out (124).
-    CliRun ran = run("timeout 20 " + (binDir() / "vornleads-sandbox").string() + " " + c.arguments);
-    ran.out += ran.err;
-    EXPECT_EQ(ran.status, c.status) << c.arguments << "\n" << ran.out;
-    const bool parts = c.output.rfind("...", 0) == 0;
-    if (!parts) { EXPECT_EQ(ran.out, c.output) << c.arguments; }
-    for (size_t at = 3, end; parts && at <= c.output.size(); at = end + 1) {
-      end = std::min(c.output.find('|', at), c.output.size());
-      EXPECT_NE(ran.out.find(c.output.substr(at, end - at)), std::string::npos) << c.arguments;
-    }
+    const CliRun ran =
+        run("timeout 20 " + (binDir() / "vornleads-sandbox").string() + " " + arguments);
+    EXPECT_EQ(ran.status, 1) << arguments << "\n" << ran.err;
+    EXPECT_NE((ran.out + ran.err).find(message), std::string::npos) << arguments << ran.err;
   }
 }
 
@@ -144,7 +119,9 @@ TEST_F(SandboxTest, EachOperationAnswersFromTheLeadStore) {
     states += lead["confirmed"].dump() + "/" + lead["status"].dump() + " ";
   EXPECT_EQ(states, "true/null false/null false/3 ");
   added = sandbox_.leads()[0]["added"];
-  EXPECT_TRUE(std::regex_match(added, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"))) << added;
+  std::string shape = added;  // dd/mm/yyyy hh:nn:ss
+  for (char& c : shape) c = std::isdigit(static_cast<unsigned char>(c)) ? '9' : c;
+  EXPECT_EQ(shape, "99/99/9999 99:99:99") << added;
   const Json updates = sandbox_.updates();
   ASSERT_EQ(updates.size(), 4u);  // the malformed one is not listed
   EXPECT_EQ(updates[0].dump() + updates[1].dump(),
@@ -310,12 +287,6 @@ TEST_F(SandboxTest, FaultsForAnyOperationAreUsedInTheOrderQueuedAndResetClearsAl
 
 std::filesystem::path libraryFile() { return binDir() / "VornLeadsVW.dll"; }
 
-bool libraryLoaded() {
-  void* handle = dlopen(libraryFile().c_str(), RTLD_NOW | RTLD_NOLOAD);
-  if (handle) dlclose(handle);
-  return handle != nullptr;
-}
-
 const std::string kLeads77 =
     leadsReply(servedLead({{"DealerNumber", "1234"}, {"IdLead", "77"}, {"Nome", "Davi"}}));
 
@@ -406,21 +377,6 @@ TEST_F(LibraryEditionTest, CEntryTakesANullRequestAsEmptyAndHidesEverythingElse)
                   "traitsIcESaIcEEEi"),
             nullptr);
   dlclose(handle);
-}
-
-TEST_F(LibraryEditionTest, UnloadsWithItsLastHolderAndLoadsAgain) {
-  ASSERT_FALSE(libraryLoaded());
-  TIntegraLeadsVW integra;
-  {
-    LeadsLibrary library(libraryFile());
-    EXPECT_TRUE(libraryLoaded());
-    integra = library.bind();
-  }
-  EXPECT_TRUE(libraryLoaded());  // the bound callable keeps the library it calls into
-  EXPECT_EQ(integra(1, R"({"DNs":"1234"})"), kLeads77);
-  integra = nullptr;
-  EXPECT_FALSE(libraryLoaded());
-  EXPECT_EQ(LeadsLibrary(libraryFile()).bind()(1, R"({"DNs":"1234"})"), kLeads77);
 }
 
 TEST(LeadsLibrary, FindsTheLibraryInTheHostDirectoryAndRefusesOtherFiles) {

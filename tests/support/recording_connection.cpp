@@ -45,7 +45,7 @@ SqlRowSet RecordingConnection::query(const std::string& sql) {
   auto answer = firstMatch(script_->answers, sql);
   if (answer == script_->answers.end()) return SqlRowSet{};
   SqlRowSet rows = answer->rows;
-  if (!answer->sticky) script_->answers.erase(answer);
+  script_->answers.erase(answer);
   return rows;
 }
 

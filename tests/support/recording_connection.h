@@ -2,7 +2,7 @@
 // (Oracle, SQL Server sequences, server versions). Every statement sent is appended to
 // statements(), transactions as "BEGIN", "COMMIT", "ROLLBACK" ("BEGIN*"... on autonomous(), which
 // shares this one's script). Queries are answered by the first scripted answer whose prefix
-// starts them (respond() once, respondAlways() every time), else with no rows; failOn() makes the
+// starts them (each respond() once), else with no rows; failOn() makes the
 // next statement with its prefix raise DatabaseError, transaction words included.
 #pragma once
 
@@ -28,8 +28,9 @@ class RecordingConnection : public SqlConnection {
  public:
   RecordingConnection(Sibling, std::string driverName, std::shared_ptr<Script> script);
 
-  void respond(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, false); }
-  void respondAlways(const std::string& sqlPrefix, SqlRowSet rows) { add(sqlPrefix, rows, true); }
+  void respond(const std::string& sqlPrefix, SqlRowSet rows) {
+    script_->answers.push_back({sqlPrefix, std::move(rows)});
+  }
   void failOn(const std::string& sqlPrefix, const std::string& databaseMessage) {
     script_->failures.push_back({sqlPrefix, databaseMessage});
   }
@@ -40,8 +41,7 @@ class RecordingConnection : public SqlConnection {
   }
 
   const std::vector<std::string>& statements() const { return script_->statements; }
-  void clearStatements() { script_->statements.clear(); }
-  // Scripted answers and failures not used yet (respondAlways() ones stay).
+  // Scripted answers and failures not used yet.
   size_t pendingAnswers() const { return script_->answers.size() + script_->failures.size(); }
 
   std::string driverName() const override { return driverName_; }
@@ -58,7 +58,6 @@ class RecordingConnection : public SqlConnection {
   struct Answer {
     std::string prefix;
     SqlRowSet rows;
-    bool sticky = false;
   };
   struct Failure {
     std::string prefix, message;
@@ -72,9 +71,6 @@ class RecordingConnection : public SqlConnection {
     int64_t affectedRows = -1;
   };
 
-  void add(const std::string& prefix, SqlRowSet& rows, bool sticky) {
-    script_->answers.push_back({prefix, std::move(rows), sticky});
-  }
   // Records the statement and raises the scripted failure, if any.
   void send(const std::string& sql);
 
