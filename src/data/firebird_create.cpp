@@ -3,21 +3,11 @@
 
 #include <ibase.h>
 
+#include "data/firebird_status.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
 namespace {
-
-std::string statusMessage(const ISC_STATUS* status) {
-  std::string message;
-  char buffer[1024];
-  const ISC_STATUS* vector = status;
-  while (fb_interpret(buffer, sizeof buffer, &vector) > 0) {
-    if (!message.empty()) message += "\n";
-    message += buffer;
-  }
-  return message.empty() ? "unknown Firebird error" : message;
-}
 
 // The attachment that CREATE DATABASE leaves open, detached when the scope ends.
 class Attachment {
@@ -59,7 +49,7 @@ void createFirebirdDatabaseFile(const std::string& path) {
   ISC_STATUS_ARRAY status;
   if (isc_dsql_execute_immediate(status, attachment.handle(), &transaction, 0, sql.c_str(),
                                  SQL_DIALECT_V6, nullptr) != 0) {
-    throw DatabaseError(statusMessage(status), sql);
+    throw DatabaseError(firebirdStatusMessage(status), sql);
   }
 }
 
@@ -83,7 +73,7 @@ void setFirebirdForcedWrites(const std::string& path, bool on) {
   if (isc_attach_database(status, static_cast<short>(path.size()), path.c_str(),
                           attachment.handle(), static_cast<short>(parameters.size()),
                           parameters.data()) != 0) {
-    throw DatabaseError(statusMessage(status), "");
+    throw DatabaseError(firebirdStatusMessage(status), "");
   }
 }
 

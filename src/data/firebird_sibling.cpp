@@ -7,24 +7,14 @@
 #include <cstring>
 #include <memory>
 
+#include "data/firebird_status.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
 namespace {
 
-std::string statusMessage(const ISC_STATUS* status) {
-  std::string message;
-  char buffer[1024];
-  const ISC_STATUS* vector = status;
-  while (fb_interpret(buffer, sizeof buffer, &vector) > 0) {
-    if (!message.empty()) message += "\n";
-    message += buffer;
-  }
-  return message.empty() ? "unknown Firebird error" : message;
-}
-
 void check(ISC_STATUS result, const ISC_STATUS* status, const std::string& sql) {
-  if (result != 0) throw DatabaseError(statusMessage(status), sql);
+  if (result != 0) throw DatabaseError(firebirdStatusMessage(status), sql);
 }
 
 // A statement handle, dropped when the scope ends.
@@ -184,7 +174,7 @@ void FirebirdSiblingConnection::end(bool commit, const std::string& sql) {
   const ISC_STATUS result = commit ? isc_commit_transaction(status, &transaction_)
                                    : isc_rollback_transaction(status, &transaction_);
   if (result == 0) return;
-  const std::string message = statusMessage(status);
+  const std::string message = firebirdStatusMessage(status);
   // A transaction that cannot be committed is given up; its locks go with the rollback.
   ISC_STATUS_ARRAY ignored;
   if (transaction_ != 0) isc_rollback_transaction(ignored, &transaction_);
