@@ -55,7 +55,7 @@ bool codePage(const std::string& value) {
 const Definition kDefinitions[] = {
     {"db", "VORNLEADS_DB", "./dms.fdb", anyText, "a database URI"},
     {"endpoint", "VORNLEADS_ENDPOINT", VORNLEADS_BUILTIN_ENDPOINT, anyText, "a URL"},
-    {"home", "VORNLEADS_HOME", "", anyText, "a directory"},
+    {"home", "VORNLEADS_HOME", VORNLEADS_BUILTIN_HOME, anyText, "a directory"},
     {"intake-every", "VORNLEADS_INTAKE_EVERY", "300", seconds, "seconds, 0.001 to 31536000"},
     {"resend-every", "VORNLEADS_RESEND_EVERY", "900", seconds, "seconds, 0.001 to 31536000"},
     {"codepage", "VORNLEADS_CODEPAGE", "UTF-8", codePage, "UTF-8 or CP1252"},
@@ -158,6 +158,8 @@ void Settings::resolve(const std::map<std::string, std::string>& options,
       setenv(d.variable, file.at(d.key).value.c_str(), 1);
     } else {
       values_[d.key] = {d.fallback, "default"};
+      // The packaged build's host directory reaches the library edition the same way.
+      if (d.key == std::string("home") && *d.fallback != '\0') setenv(d.variable, d.fallback, 1);
     }
   }
 }
