@@ -17,23 +17,12 @@
 #include <vector>
 
 #include "command.h"
+#include "service_numbers.h"
 #include "vornleads/service/leads_library.h"
 #include "vornleads/text/codepage.h"
 
 namespace vornleads::cli {
 namespace {
-
-// The service numbers of IntegraLeadsVW, under the names of the operations they reach.
-const std::map<std::string, int32_t>& servicos() {
-  static const std::map<std::string, int32_t> byName = {{"BuscaLeads", 1},
-                                                        {"AtualizaLeads", 2},
-                                                        {"BuscaLeadsData", 3},
-                                                        {"BuscaLeadsStatus", 4},
-                                                        {"CarregaUltimaCargaInicial", 5},
-                                                        {"BuscaHistLeads", 6},
-                                                        {"BuscaNovosLeads", 7}};
-  return byName;
-}
 
 struct CallOptions {
   std::string operation;
@@ -57,7 +46,7 @@ std::string failureOf(const std::string& reply) {
 const RegisterCommand registration(50, [](CLI::App& app, CommandContext& context) {
   auto options = std::make_shared<CallOptions>();
   std::vector<std::string> names;
-  for (const auto& [name, number] : servicos()) names.push_back(name);
+  for (const auto& [name, number] : serviceNumbers()) names.push_back(name);
   CLI::App* command = app.add_subcommand(
       "call", "one leads-service call through VornLeadsVW.dll; prints the reply JSON");
   command->add_option("operation", options->operation, "the service operation")
@@ -73,7 +62,7 @@ const RegisterCommand registration(50, [](CLI::App& app, CommandContext& context
     LeadsLibrary library;
     inicializaCOM();
     const std::string reply =
-        fromAnsi(library.bind()(servicos().at(options->operation), toAnsi(request)));
+        fromAnsi(library.bind()(serviceNumbers().at(options->operation), toAnsi(request)));
     std::cout << reply << "\n";
     const std::string failure = failureOf(reply);
     if (!failure.empty()) {

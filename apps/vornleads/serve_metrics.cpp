@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "vornleads/service/leads_library.h"
+#include "service_numbers.h"
 
 namespace vornleads::cli {
 namespace {
@@ -16,17 +16,6 @@ std::string number(double value) {
   shown.erase(shown.find_last_not_of('0') + 1);
   if (shown.back() == '.') shown.pop_back();
   return shown;
-}
-
-std::string operationName(int32_t service) {
-  switch (service) {
-    case kServicoAtualizaLeads:
-      return "AtualizaLeads";
-    case kServicoBuscaLeadsStatus:
-      return "BuscaLeadsStatus";
-    default:
-      return "service " + std::to_string(service);
-  }
 }
 
 double unixSeconds(std::chrono::system_clock::time_point at) {
@@ -85,7 +74,7 @@ void ServeMetrics::resendPass(const ResendSummary& s, double seconds, const std:
 
 void ServeMetrics::serviceCall(int32_t service, double seconds) {
   std::lock_guard<std::mutex> lock(mutex_);
-  Histogram& histogram = calls_[operationName(service)];
+  Histogram& histogram = calls_[serviceName(service)];
   for (size_t i = 0; i < kBuckets.size(); ++i) {
     if (seconds <= kBuckets[i]) ++histogram.buckets[i];
   }
