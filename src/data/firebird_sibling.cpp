@@ -202,13 +202,15 @@ auto FirebirdSiblingConnection::run(const std::string& sql, Work&& work) {
 SqlRowSet FirebirdSiblingConnection::query(const std::string& sql) {
   return run(sql, [&] {
     Statement statement(attachment_, sql);
-    Columns columns(8);
+    Columns all(8);
     ISC_STATUS_ARRAY status;
     check(isc_dsql_prepare(status, &transaction_, statement.handle(), 0, sql.c_str(),
-                           SQL_DIALECT_V6, columns.da()),
+                           SQL_DIALECT_V6, all.da()),
           status, sql);
-    Columns all(columns.da()->sqld > 8 ? columns.da()->sqld : 8);
-    check(isc_dsql_describe(status, statement.handle(), SQLDA_VERSION1, all.da()), status, sql);
+    if (all.da()->sqld > all.da()->sqln) {  // more columns than room: described again
+      all = Columns(all.da()->sqld);
+      check(isc_dsql_describe(status, statement.handle(), SQLDA_VERSION1, all.da()), status, sql);
+    }
     all.bind();
     check(isc_dsql_execute(status, &transaction_, statement.handle(), SQLDA_VERSION1, nullptr),
           status, sql);
