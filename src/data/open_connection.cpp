@@ -6,7 +6,8 @@
 
 namespace vornleads {
 
-std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri) {
+std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri,
+                                              const ConnectionOptions& options) {
   const ConnectionTarget target = parseConnectionUri(uri);
   if (target.backend == "oracle") {
     // SOCI's Oracle backend needs the vendor's client libraries, which this build does not
@@ -16,7 +17,7 @@ std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri) {
         "");
   }
   if (target.backend == "firebird") useSharedEmbeddedFirebird();
-  return std::make_unique<SociConnection>(target);
+  return std::make_unique<SociConnection>(target, options);
 }
 
 }  // namespace vornleads

@@ -59,8 +59,8 @@ soci::statement SociConnection::prepared(const std::string& sql, soci::row* row)
   return statement;
 }
 
-SociConnection::SociConnection(const ConnectionTarget& target)
-    : target_(target), driverName_(target.driverName), password_(target.password) {
+SociConnection::SociConnection(const ConnectionTarget& target, const ConnectionOptions& options)
+    : target_(target), options_(options), driverName_(target.driverName), password_(target.password) {
   const soci::backend_factory& factory = factoryFor(target);
   try {
     session_ = std::make_unique<soci::session>(factory, target.connectString);
@@ -225,7 +225,7 @@ SqlConnection& SociConnection::autonomous() {
   if (target_.backend == "firebird") {
     autonomous_ = std::make_unique<FirebirdSiblingConnection>(firebirdAttachment(*session_), *this);
   } else {
-    autonomous_ = std::make_unique<SociConnection>(target_);
+    autonomous_ = std::make_unique<SociConnection>(target_, options_);
   }
   return *autonomous_;
 }

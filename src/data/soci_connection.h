@@ -36,7 +36,7 @@ namespace vornleads {
 class SociConnection final : public SqlConnection {
  public:
   // Opens the database; DatabaseError (without the password) when it cannot be opened.
-  explicit SociConnection(const ConnectionTarget& target);
+  SociConnection(const ConnectionTarget& target, const ConnectionOptions& options);
   ~SociConnection() override;
   SociConnection(const SociConnection&) = delete;
   SociConnection& operator=(const SociConnection&) = delete;
@@ -60,6 +60,7 @@ class SociConnection final : public SqlConnection {
   soci::statement prepared(const std::string& sql, soci::row* row);
 
   ConnectionTarget target_;  // to open the second connection (not Firebird)
+  ConnectionOptions options_;
   std::string driverName_;
   std::string password_;  // only to scrub it from messages
   std::unique_ptr<soci::session> session_;
