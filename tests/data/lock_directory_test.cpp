@@ -48,8 +48,8 @@ std::string mappedLockDirectory() {
 }
 
 // Run in a process of its own by the tests below: for each entry of VORNLEADS_TEST_OPEN
-// (separated by "|"), "create:PATH" creates a database, PATH opens one; prints per entry "> "
-// and the lock directory its engine then uses, or the error.
+// (separated by "|"), "create:PATH" creates a database and opens it, PATH opens one; prints per
+// entry "> " and the lock directory its engine uses while the connection is open, or the error.
 TEST(LockDirectoryChild, OpensWhatItIsTold) {
   const char* entries = std::getenv(kOpenVariable);
   if (entries == nullptr) GTEST_SKIP() << "started by the lock directory tests";
@@ -57,10 +57,11 @@ TEST(LockDirectoryChild, OpensWhatItIsTold) {
   for (std::string entry; std::getline(list, entry, '|');) {
     try {
       if (entry.rfind("create:", 0) == 0) {
-        CreateDatabase(entry.substr(7), false);
-      } else {
-        OpenConnection(entry)->query("SELECT 1 FROM RDB$DATABASE");
+        entry = entry.substr(7);
+        CreateDatabase(entry, false);
       }
+      const auto connection = OpenConnection(entry);
+      connection->query("SELECT 1 FROM RDB$DATABASE");
       std::cout << "> uses " << mappedLockDirectory() << std::endl;
     } catch (const DatabaseError& error) {
       std::cout << "> " << error.what() << std::endl;
@@ -123,7 +124,7 @@ TEST(LockDirectory, ProcessesOpeningOneFileMeetInItsDirectoryOrAreRefused) {
       {{"FIREBIRD_LOCK=" + lock}, "firebird:" + file, used},
       // Left by a parent process of this program that opened another database.
       {{"FIREBIRD_LOCK=/tmp", "VORNLEADS_FIREBIRD_LOCK_PID=1"}, file, used},
-      {{"FIREBIRD_LOCK=/tmp/firebird", "-u", "VORNLEADS_FIREBIRD_LOCK_PID"}, file,
+      {{"-u", "VORNLEADS_FIREBIRD_LOCK_PID", "FIREBIRD_LOCK=/tmp/firebird"}, file,
        "Cannot open " + file + ": its lock directory is " + lock +
            ", but FIREBIRD_LOCK names /tmp/firebird; unset FIREBIRD_LOCK or set it to " + lock +
            "\n"},
@@ -207,7 +208,9 @@ TEST(LockDirectory, AHeldLockDirectoryEndsWithinTheConnectTimeout) {
   const std::string lock = firebirdLockDirectoryFor(db.path().string());
   for (const std::string name : {"fb_init", "fb_lock_0000wedged"}) {
     SCOPED_TRACE(name);
-    ChildProcess holder({"/usr/bin/flock", "-x", lock + "/" + name, "sleep", "60"});
+    // The shell becomes the sleep that holds the lock, so that killing it lets the lock go.
+    ChildProcess holder({"/bin/sh", "-c",
+                         "exec 9>>" + lock + "/" + name + " && flock -x 9 && exec sleep 60"});
     ASSERT_TRUE(ChildProcess::waitUntil(
         [&] { return test::commandOutput("flock -n -s " + lock + "/" + name + " true || echo held") == "held\n"; }, 5s));
     const auto start = std::chrono::steady_clock::now();
