@@ -1,9 +1,9 @@
 #include "data/firebird_create.h"
-#include "data/firebird_lock_directory.h"
-#include "data/firebird_shared_mode.h"
 
 #include <ibase.h>
 
+#include "data/firebird_lock_directory.h"
+#include "data/firebird_shared_mode.h"
 #include "data/firebird_status.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/error.h"

@@ -106,8 +106,7 @@ void prepareDirectory(const std::string& directory, const std::string& database)
     const std::optional<Account> owner = account(nullptr, file.st_uid);
     if (!owner || !canUseFilesOfRoot(*owner)) {
       const std::string name = owner ? owner->name : std::to_string(file.st_uid);
-      refuse(database, "run this as " + name +
-                           ", its owner (sudo -u " + name +
+      refuse(database, "run this as " + name + ", its owner (sudo -u " + name +
                            " ...): the lock files root would leave in " + directory +
                            " shut that user out");
     }
@@ -137,8 +136,8 @@ void checkInForce(const std::string& directory, const std::string& database) {
   if (current == nullptr || *current == '\0' || resolved(current) == directory) return;
   const char* chooser = std::getenv(kChooserVariable);
   if (chooser == nullptr) {
-    refuse(database, "its lock directory is " + directory + ", but FIREBIRD_LOCK names " +
-                         current + "; unset FIREBIRD_LOCK or set it to " + directory);
+    refuse(database, "its lock directory is " + directory + ", but FIREBIRD_LOCK names " + current +
+                         "; unset FIREBIRD_LOCK or set it to " + directory);
   }
   if (std::to_string(getpid()) == chooser) {
     refuse(database, "its lock directory is " + directory + ", but this process already uses " +

@@ -32,8 +32,8 @@ std::string heldLockFile(const std::string& directory, const std::string& databa
   const FileDescriptor guard(open(init.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!guard.valid()) {
     if (errno == ENOENT) return "";  // the engine's first attachment makes it
-    throw DatabaseError("Cannot open " + database + ": cannot use the lock directory " +
-                            directory + ": " + init + ": " + std::strerror(errno),
+    throw DatabaseError("Cannot open " + database + ": cannot use the lock directory " + directory +
+                            ": " + init + ": " + std::strerror(errno),
                         "");
   }
   if (!sharedLockFree(guard)) return init;

@@ -50,8 +50,8 @@ bool isPrivateDirectory(const std::string& path) {
   const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!fd.valid()) return false;
   struct stat status {};
-  bool own = fstat(fd.get(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
-             (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  bool own = fstat(fd.get(), &status) == 0 && S_ISDIR(status.st_mode) &&
+             status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
   // A root of our own that earlier versions left readable by others is closed; nobody else
   // could have written into it.
   if (own && (status.st_mode & 077) != 0) own = fchmod(fd.get(), 0700) == 0;

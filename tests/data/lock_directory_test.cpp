@@ -1,10 +1,9 @@
 // The embedded engine's lock directory and private configuration: one lock directory per
 // database file whoever opens it, refusals that say why, no wait without limit on a held
 // directory, and no configuration root that someone else made first.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
@@ -19,8 +18,8 @@
 
 #include "data/firebird_lock_directory.h"
 #include "data/firebird_shared_mode.h"
-#include "support/child_process.h"
 #include "fixture.h"
+#include "support/child_process.h"
 #include "support/firebird_db.h"
 #include "vornleads/data/schema.h"
 #include "vornleads/data/sql_connection.h"
@@ -124,11 +123,13 @@ TEST(LockDirectory, ProcessesOpeningOneFileMeetInItsDirectoryOrAreRefused) {
       {{"FIREBIRD_LOCK=" + lock}, "firebird:" + file, used},
       // Left by a parent process of this program that opened another database.
       {{"FIREBIRD_LOCK=/tmp", "VORNLEADS_FIREBIRD_LOCK_PID=1"}, file, used},
-      {{"-u", "VORNLEADS_FIREBIRD_LOCK_PID", "FIREBIRD_LOCK=/tmp/firebird"}, file,
+      {{"-u", "VORNLEADS_FIREBIRD_LOCK_PID", "FIREBIRD_LOCK=/tmp/firebird"},
+       file,
        "Cannot open " + file + ": its lock directory is " + lock +
            ", but FIREBIRD_LOCK names /tmp/firebird; unset FIREBIRD_LOCK or set it to " + lock +
            "\n"},
-      {{"-u", "FIREBIRD_LOCK"}, file + "|create:" + other,
+      {{"-u", "FIREBIRD_LOCK"},
+       file + "|create:" + other,
        used + "Cannot open " + other + ": its lock directory is " + dir.path().string() +
            "/firebird-lock, but this process already uses " + lock +
            " for another database; open it from a process of its own\n"}};
@@ -153,14 +154,15 @@ TEST(LockDirectory, AnotherUsersFileIsOpenedAsThatUser) {
   const bool nobodyIsInFirebird =
       test::commandOutput("id -nG nobody").find("firebird") != std::string::npos;
   if (!nobodyIsInFirebird && test::commandOutput("getent passwd firebird || true") != "") {
-    EXPECT_EQ("Cannot open " + file + ": run this as nobody, its owner (sudo -u nobody ...): the "
-              "lock files root would leave in " + lock + " shut that user out\n",
+    EXPECT_EQ("Cannot open " + file +
+                  ": run this as nobody, its owner (sudo -u nobody ...): the "
+                  "lock files root would leave in " +
+                  lock + " shut that user out\n",
               opened({"-u", "FIREBIRD_LOCK"}, file));
   }
-  EXPECT_EQ("uses " + lock + "\n",
-            opened({"/usr/sbin/runuser", "-u", "nobody", "--", "/usr/bin/env", "-u", "FIREBIRD",
-                    "-u", "FIREBIRD_LOCK"},
-                   file));
+  EXPECT_EQ("uses " + lock + "\n", opened({"/usr/sbin/runuser", "-u", "nobody", "--",
+                                           "/usr/bin/env", "-u", "FIREBIRD", "-u", "FIREBIRD_LOCK"},
+                                          file));
   struct stat status {};
   ASSERT_EQ(0, stat(lock.c_str(), &status));
   EXPECT_EQ(65534u, status.st_uid);
@@ -179,12 +181,24 @@ TEST(PrivateFirebirdRoot, IsNeverADirectoryOthersCouldHaveMade) {
   const std::vector<Case> cases = {
       {"nothing there", [](const fs::path&) {}, true},
       {"ours, readable by others", [](const fs::path& p) { mkdir(p.c_str(), 0755); }, true},
-      {"ours, writable by the group", [](const fs::path& p) { mkdir(p.c_str(), 0770); chmod(p.c_str(), 0770); }, false},
-      {"nobody's", [](const fs::path& p) { mkdir(p.c_str(), 0700); EXPECT_EQ(0, chown(p.c_str(), 65534, 65534)); }, false},
-      {"a link to ours", [](const fs::path& p) {
+      {"ours, writable by the group",
+       [](const fs::path& p) {
+         mkdir(p.c_str(), 0770);
+         chmod(p.c_str(), 0770);
+       },
+       false},
+      {"nobody's",
+       [](const fs::path& p) {
+         mkdir(p.c_str(), 0700);
+         EXPECT_EQ(0, chown(p.c_str(), 65534, 65534));
+       },
+       false},
+      {"a link to ours",
+       [](const fs::path& p) {
          fs::create_directory(p.string() + "-target");
          fs::create_directory_symlink(p.string() + "-target", p);
-       }, false},
+       },
+       false},
       {"a file", [](const fs::path& p) { std::ofstream(p).put('x'); }, false}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -209,10 +223,14 @@ TEST(LockDirectory, AHeldLockDirectoryEndsWithinTheConnectTimeout) {
   for (const std::string name : {"fb_init", "fb_lock_0000wedged"}) {
     SCOPED_TRACE(name);
     // The shell becomes the sleep that holds the lock, so that killing it lets the lock go.
-    ChildProcess holder({"/bin/sh", "-c",
-                         "exec 9>>" + lock + "/" + name + " && flock -x 9 && exec sleep 60"});
+    ChildProcess holder(
+        {"/bin/sh", "-c", "exec 9>>" + lock + "/" + name + " && flock -x 9 && exec sleep 60"});
     ASSERT_TRUE(ChildProcess::waitUntil(
-        [&] { return test::commandOutput("flock -n -s " + lock + "/" + name + " true || echo held") == "held\n"; }, 5s));
+        [&] {
+          return test::commandOutput("flock -n -s " + lock + "/" + name + " true || echo held") ==
+                 "held\n";
+        },
+        5s));
     const auto start = std::chrono::steady_clock::now();
     ConnectionOptions options;
     options.connectTimeoutSeconds = 2;

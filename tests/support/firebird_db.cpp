@@ -51,9 +51,8 @@ std::unique_ptr<SqlConnection> TestDatabase::connect() const { return OpenConnec
 std::string TestDatabase::isql(const std::string& sql) const {
   const std::filesystem::path input = path_.string() + ".sql";
   writeFile(input, sql);
-  return commandOutput("isql-fb -q -b -ch UTF8 -user SYSDBA -i " +
-                       shellQuoted(input.string()) + " " +
-                       shellQuoted(path_.string()));
+  return commandOutput("isql-fb -q -b -ch UTF8 -user SYSDBA -i " + shellQuoted(input.string()) +
+                       " " + shellQuoted(path_.string()));
 }
 
 }  // namespace vornleads::test
