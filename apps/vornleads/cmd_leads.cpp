@@ -1,12 +1,14 @@
 // vornleads leads [--lead ID] [--since YYYY-MM-DD] [--json]: the lead links (CAC_LEAD_CONTATO)
 // with their contact, the contact's customer and situation, and the integration flag; --since
-// keeps the contacts dated on or after that day. Read-only, ordered by lead.
+// keeps the contacts dated on or after that day. Read-only, ordered by lead. SIGINT or
+// SIGTERM: nothing shown, the stop line, exit status 1.
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "command.h"
+#include "command_stop.h"
 #include "view_options.h"
 #include "view_table.h"
 #include "vornleads/data/geral.h"
@@ -48,11 +50,13 @@ const RegisterCommand registration(60, [](CLI::App& app, CommandContext& context
       ->check(isoDate());
   command->add_flag("--json", options->json, "a JSON array instead of a table");
   command->callback([options, &context] {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("leads");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const SqlRowSet rows = connection->query(leadsSql(*options, BuscaBanco(*connection)));
     ViewTable table({"ID_LEAD_VW", "EMPRESA", "REVENDA", "CONTATO", "DTA_CONTATO", "CLIENTE",
                      "NOME", "SITUACAO", "INTEGRANDO"});
     for (size_t i = 0; i < rows.rows.size(); ++i) table.add(rows, i);
+    if (stop.report(context)) return;
     table.print(std::cout, options->json);
   });
 });

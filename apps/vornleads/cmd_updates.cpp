@@ -1,6 +1,7 @@
 // vornleads updates [--unsent] [--lead ID] [--json]: the rows of the update journal
 // (CAC_ATUALIZACOES_LEADVW), ordered by lead and sequence. --unsent shows exactly the rows the
-// next resend pass will pick up, in the order it will send them. Read-only.
+// next resend pass will pick up, in the order it will send them. Read-only. SIGINT or SIGTERM:
+// nothing shown, the stop line, exit status 1.
 #include <iostream>
 #include <map>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "command.h"
+#include "command_stop.h"
 #include "view_table.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/sql_connection.h"
@@ -31,7 +33,8 @@ const RegisterCommand registration(61, [](CLI::App& app, CommandContext& context
   command->add_option("--lead", options->lead, "only this VW lead identifier");
   command->add_flag("--json", options->json, "a JSON array instead of a table");
   command->callback([options, &context] {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("updates");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const SqlRowSet rows = connection->query(
         "SELECT ID_LEAD_VW, SEQUENCIA, STATUS_LEAD, DTA_ATUALIZACAO, ENVIOU, CODIGO_ERRO, "
         "DESCRICAO_ERRO, USUARIO FROM CAC_ATUALIZACOES_LEADVW" +
@@ -53,6 +56,7 @@ const RegisterCommand registration(61, [](CLI::App& app, CommandContext& context
         if (found != byKey.end()) table.add(rows, found->second);
       }
     }
+    if (stop.report(context)) return;
     table.print(std::cout, options->json);
   });
 });
