@@ -11,6 +11,10 @@ struct ConnectionTarget {
   std::string connectString;  // SOCI connect string; holds the password, never shown
   std::string description;    // the database for messages, without the password
   std::string password;       // kept only to scrub it from messages that echo it
+  // Firebird server only (empty otherwise): the database as the client library names it,
+  // HOST[/PORT]:PATH, and the user, for an attachment made without SOCI.
+  std::string server;
+  std::string user;
 };
 
 // Parses:
