@@ -1,8 +1,10 @@
 #include "data/firebird_failure.h"
 
 #include <cctype>
+#include <algorithm>
+#include <cstddef>
 #include <initializer_list>
-#include <regex>
+#include <vector>
 
 namespace vornleads {
 namespace {
@@ -28,10 +30,48 @@ std::string upper(std::string text) {
   return text;
 }
 
-std::string firstMatch(const std::string& text, const std::regex& pattern) {
-  std::smatch match;
-  if (!std::regex_search(text, match, pattern)) return "";
-  return match[1].str();
+bool identifierChar(char ch) {
+  return std::isalnum(static_cast<unsigned char>(ch)) || ch == '_' || ch == '$';
+}
+
+// The statement's words and names, upper case (a quoted name without its quotes); everything
+// else (numbers, operators, literals) is skipped.
+std::vector<std::string> words(const std::string& sql) {
+  std::vector<std::string> result;
+  for (size_t i = 0; i < sql.size();) {
+    if (sql[i] == '\'') {
+      const size_t end = sql.find('\'', i + 1);
+      i = end == std::string::npos ? sql.size() : end + 1;
+    } else if (sql[i] == '"') {
+      const size_t end = sql.find('"', i + 1);
+      result.push_back(upper(sql.substr(i + 1, end == std::string::npos ? end : end - i - 1)));
+      i = end == std::string::npos ? sql.size() : end + 1;
+    } else if (identifierChar(sql[i])) {
+      size_t end = i;
+      while (end < sql.size() && identifierChar(sql[end])) ++end;
+      result.push_back(upper(sql.substr(i, end - i)));
+      i = end;
+    } else {
+      ++i;
+    }
+  }
+  return result;
+}
+
+// The word after the first occurrence of the sequence `lead` at the start (atStart) or
+// anywhere; "" when there is none.
+std::string after(const std::vector<std::string>& all, const std::vector<std::string>& lead,
+                  bool atStart) {
+  for (size_t i = 0; i + lead.size() < all.size(); ++i) {
+    if (std::equal(lead.begin(), lead.end(), all.begin() + static_cast<std::ptrdiff_t>(i)))
+      return all[i + lead.size()];
+    if (atStart) break;
+  }
+  return "";
+}
+
+bool holdsSequence(const std::vector<std::string>& all, const std::vector<std::string>& part) {
+  return std::search(all.begin(), all.end(), part.begin(), part.end()) != all.end();
 }
 
 }  // namespace
@@ -49,19 +89,25 @@ bool isConnectionLost(const ISC_STATUS* status, size_t size) {
 }
 
 std::string lockedTable(const std::string& sql, const std::string& databaseMessage) {
-  static const std::regex onTable(R"re(on table "([^"]+)")re");
-  const std::string named = firstMatch(databaseMessage, onTable);
-  if (!named.empty()) return named;
-
-  static const std::regex written(
-      R"re(^\s*(?:insert\s+into|update\s+or\s+insert\s+into|merge\s+into|update|delete\s+from)\s+"?([A-Za-z0-9_$]+))re",
-      std::regex::icase);
-  std::string table = firstMatch(sql, written);
-  if (!table.empty()) return upper(table);
-  static const std::regex locking(R"re(\bwith\s+lock\b|\bfor\s+update\b)re", std::regex::icase);
-  static const std::regex read(R"re(\bfrom\s+"?([A-Za-z0-9_$]+))re", std::regex::icase);
-  if (std::regex_search(sql, locking)) table = firstMatch(sql, read);
-  return upper(table);
+  const std::string marker = "on table \"";
+  const size_t named = databaseMessage.find(marker);
+  if (named != std::string::npos) {
+    const size_t start = named + marker.size(), end = databaseMessage.find('"', start);
+    if (end != std::string::npos) return databaseMessage.substr(start, end - start);
+  }
+  const std::vector<std::string> all = words(sql);
+  for (const std::vector<std::string>& lead :
+       std::vector<std::vector<std::string>>{{"INSERT", "INTO"},
+                                             {"UPDATE", "OR", "INSERT", "INTO"},
+                                             {"MERGE", "INTO"},
+                                             {"DELETE", "FROM"}}) {
+    const std::string table = after(all, lead, true);
+    if (!table.empty()) return table;
+  }
+  if (!all.empty() && all[0] == "UPDATE" && all.size() > 1) return all[1];
+  if (holdsSequence(all, {"WITH", "LOCK"}) || holdsSequence(all, {"FOR", "UPDATE"}))
+    return after(all, {"FROM"}, false);
+  return "";
 }
 
 std::string lockWaitMessage(int seconds, const std::string& table,
