@@ -59,8 +59,7 @@ inline Row updateServerKilled(const fs::path& bin, std::mt19937& random) {
   vornleads::test::FirebirdServer server;
   const Dealership dms(bin, server.createDatabase("dms.fdb"));
   auto contacts = contactsOf(dms, 7500);
-  const auto span =
-      timed(dms, updateArguments(contacts.back().first, contacts.back().second));
+  const auto span = timed(dms, updateArguments(contacts.back().first, contacts.back().second));
   contacts.pop_back();  // its update was the measure
   std::vector<std::pair<int, int>> journalled;
   for (const auto& [contato, leadId] : contacts) {
@@ -88,12 +87,17 @@ inline Row intakeRowHeld(const fs::path& bin, int runs) {
     for (int i = 0; i < kLeads; ++i) leads.push_back(lead(first + i));
     dms.sandbox("leads", leads);
     auto holder = vornleads::OpenConnection(dms.database());
-    const int64_t next = std::max(
-        holder->query("SELECT COALESCE(MAX(CLIENTE), 0) + 1 FROM FAT_CLIENTE").rows.at(0).at(0)
-            .asInteger(),
-        holder->query("SELECT COALESCE(MAX(PROXIMO_NUMERO), 1) FROM GER_NUMERADOR WHERE "
-                      "NUMERADOR = 'CLIENTE' AND TABELA = 'FAT_CLIENTE'")
-            .rows.at(0).at(0).asInteger());
+    const int64_t next =
+        std::max(holder->query("SELECT COALESCE(MAX(CLIENTE), 0) + 1 FROM FAT_CLIENTE")
+                     .rows.at(0)
+                     .at(0)
+                     .asInteger(),
+                 holder
+                     ->query("SELECT COALESCE(MAX(PROXIMO_NUMERO), 1) FROM GER_NUMERADOR WHERE "
+                             "NUMERADOR = 'CLIENTE' AND TABELA = 'FAT_CLIENTE'")
+                     .rows.at(0)
+                     .at(0)
+                     .asInteger());
     holder->beginTransaction();
     holder->execute("INSERT INTO FAT_CLIENTE (CLIENTE, NOME) VALUES (" + std::to_string(next) +
                     ", 'CADASTRO EM ABERTO')");

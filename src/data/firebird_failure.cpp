@@ -1,7 +1,7 @@
 #include "data/firebird_failure.h"
 
-#include <cctype>
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <initializer_list>
 #include <vector>

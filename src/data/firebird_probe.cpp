@@ -32,9 +32,9 @@ void checkServerAnswers(const ConnectionTarget& target, int seconds) {
   ISC_STATUS_ARRAY status;
   isc_db_handle attachment = 0;
   const auto start = std::chrono::steady_clock::now();
-  if (isc_attach_database(status, static_cast<short>(target.server.size()),
-                          target.server.c_str(), &attachment,
-                          static_cast<short>(parameters.size()), parameters.data()) == 0) {
+  if (isc_attach_database(status, static_cast<short>(target.server.size()), target.server.c_str(),
+                          &attachment, static_cast<short>(parameters.size()),
+                          parameters.data()) == 0) {
     isc_detach_database(status, &attachment);  // a failure here changes nothing for the answer
     return;
   }

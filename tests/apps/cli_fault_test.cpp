@@ -23,8 +23,13 @@ class CliFaultTest : public CliTest {
   }
 
   std::unique_ptr<ChildProcess> start(const std::vector<std::string>& arguments) {
-    std::vector<std::string> args{(binDir() / "vornleads").string(), "--db", uri_, "--endpoint",
-                                  sandbox_.url(), "--home", home_.path().string()};
+    std::vector<std::string> args{(binDir() / "vornleads").string(),
+                                  "--db",
+                                  uri_,
+                                  "--endpoint",
+                                  sandbox_.url(),
+                                  "--home",
+                                  home_.path().string()};
     args.insert(args.end(), arguments.begin(), arguments.end());
     return std::make_unique<ChildProcess>(args);
   }
@@ -63,11 +68,10 @@ TEST_F(CliFaultTest, ServeGoesOnThroughAKilledServerAndLosesOrDoublesNothing) {
     leads.push_back({{"IdLead", std::to_string(8001 + n)}, {"DealerNumber", "99999"}});
   }
   sandbox_.addLeads(leads);
-  const auto serve = start({"serve", "--intake-every", "0.3", "--resend-every", "0.3",
-                            "--retry-delay", "0"});
-  killServerOnce([&] {
-    return count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO WHERE CONTATO < 900000") > 1;
-  });
+  const auto serve =
+      start({"serve", "--intake-every", "0.3", "--resend-every", "0.3", "--retry-delay", "0"});
+  killServerOnce(
+      [&] { return count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO WHERE CONTATO < 900000") > 1; });
   // Until every lead is confirmed and every update sent, over fresh connections.
   EXPECT_TRUE(ChildProcess::waitUntil(
       [&] {
@@ -87,8 +91,7 @@ TEST_F(CliFaultTest, ServeGoesOnThroughAKilledServerAndLosesOrDoublesNothing) {
   const std::string intake = " WHERE CONTATO < 900000";
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO" + intake), kLeads);
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_LEAD_CONTATO" + intake), kLeads);
-  EXPECT_EQ(count("SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO" + intake),
-            kLeads);
+  EXPECT_EQ(count("SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO" + intake), kLeads);
   for (const auto& [lead, times] : sent(-1)) EXPECT_EQ(times, 1) << "receipt of " << lead;
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_ATUALIZACOES_LEADVW"), kUnsent);
   // An update VW took whose outcome the killed server could not record is sent again by the
@@ -104,9 +107,7 @@ TEST_F(CliFaultTest, UpdateCutShortByAKilledServerFailsWithAReasonAndResendFinis
   sandbox_.fault({{"operation", "AtualizaLeads"}, {"mode", "delay"}, {"ms", 1500}, {"count", 1}});
   const auto update = start({"update", "--empresa", "1", "--revenda", "1", "--contato", "10",
                              "--lead", "501", "--usuario", "12", "--status", "10"});
-  killServerOnce([&] {
-    return count("SELECT COUNT(*) FROM CAC_ATUALIZACOES_LEADVW") == 1;
-  });
+  killServerOnce([&] { return count("SELECT COUNT(*) FROM CAC_ATUALIZACOES_LEADVW") == 1; });
   const int status = update->wait(30s);
   EXPECT_EQ(status, 1) << update->err();
   expectNoAbort(status, update->err());

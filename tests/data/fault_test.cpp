@@ -41,7 +41,8 @@ TEST(LockedTable, FromTheDatabasesMessageElseFromTheStatement) {
        "violation of PRIMARY or UNIQUE KEY constraint \"PK_FAT\" on table \"FAT_CLIENTE\"",
        "FAT_CLIENTE"}};
   // clang-format on
-  for (const auto& [sql, message, table] : casos) EXPECT_EQ(lockedTable(sql, message), table) << sql;
+  for (const auto& [sql, message, table] : casos)
+    EXPECT_EQ(lockedTable(sql, message), table) << sql;
   EXPECT_EQ("Waited 60 s for a row locked by another transaction on table T: deadlock",
             lockWaitMessage(60, "T", "deadlock"));
   EXPECT_EQ("Waited 1 s for a row locked by another transaction: deadlock",
@@ -84,8 +85,9 @@ TEST(HeldRow, EveryTransactionWaitsItsBoundThenNamesTheTable) {
     if (caso.explicitTransaction) connection.rollback();
   }
   // A conflict at once is the database's plain message.
-  EXPECT_EQ(0u, outcome([&] { waiter->execute("INSERT INTO RESERVA (ID, V) VALUES (3, 0)"); })
-                    .find("violation of PRIMARY or UNIQUE KEY constraint"));
+  EXPECT_EQ(0u, outcome([&] {
+                  waiter->execute("INSERT INTO RESERVA (ID, V) VALUES (3, 0)");
+                }).find("violation of PRIMARY or UNIQUE KEY constraint"));
   holder->rollback();
   EXPECT_EQ(1, waiter->execute("UPDATE RESERVA SET V = 7 WHERE ID = 1"));
   EXPECT_EQ(1, waiter->autonomous().execute("INSERT INTO RESERVA (ID, V) VALUES (2, 7)"));

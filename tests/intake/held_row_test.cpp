@@ -34,7 +34,8 @@ TEST_F(IntakeTest, LeadBehindAHeldCustomerRowFailsAloneThenComesInOnceTheRowIsFr
     worker_->buscarLeads();
   });
   // The failed lead makes the worker repeat its cycle until the restart message.
-  EXPECT_EQ(outcomeText, "Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado");
+  EXPECT_EQ(outcomeText,
+            "Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado");
   const std::string log = logText();
   const size_t waited =
       log.find("Waited 2 s for a row locked by another transaction on table FAT_CLIENTE: ");
