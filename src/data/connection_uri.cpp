@@ -100,6 +100,8 @@ ConnectionTarget firebirdServer(const std::string& uri) {
   target.connectString += " charset=UTF8";
   target.description = description;
   target.password = credentials.password;
+  target.server = host + ":" + path;
+  target.user = credentials.user;
   return target;
 }
 

@@ -12,6 +12,10 @@ struct ConnectionTarget {
   std::string description;    // the database for messages, without the password
   std::string password;       // kept only to scrub it from messages that echo it
   std::string embeddedFile;   // the file of an embedded Firebird database, else ""
+  // Firebird server only (empty otherwise): the database as the client library names it,
+  // HOST[/PORT]:PATH, and the user, for an attachment made without SOCI.
+  std::string server;
+  std::string user;
 };
 
 // Parses:

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <algorithm>
 #include <memory>
 
 #include "data/firebird_status.h"
@@ -13,8 +14,18 @@
 namespace vornleads {
 namespace {
 
+// A failed client call, with what FirebirdAttachment::Call::failure needs to describe it.
+struct CallFailed {
+  std::string message;
+  std::vector<ISC_STATUS> status;
+  std::string sql;
+};
+
 void check(ISC_STATUS result, const ISC_STATUS* status, const std::string& sql) {
-  if (result != 0) throw DatabaseError(firebirdStatusMessage(status), sql);
+  if (result != 0) {
+    throw CallFailed{firebirdStatusMessage(status),
+                     std::vector<ISC_STATUS>(status, status + ISC_STATUS_LENGTH), sql};
+  }
 }
 
 // A statement handle, dropped when the scope ends.
@@ -140,68 +151,53 @@ int64_t affectedRows(isc_stmt_handle* statement, const std::string& sql) {
 
 }  // namespace
 
-FirebirdSiblingConnection::FirebirdSiblingConnection(isc_db_handle* attachment,
+FirebirdSiblingConnection::FirebirdSiblingConnection(FirebirdAttachment& attachment,
                                                      SqlConnection& owner)
     : attachment_(attachment), owner_(owner) {}
 
 FirebirdSiblingConnection::~FirebirdSiblingConnection() {
-  if (transaction_ == 0) return;
-  ISC_STATUS_ARRAY status;
-  // Nothing more can be done here; the engine rolls back when the attachment goes away.
-  isc_rollback_transaction(status, &transaction_);
+  const FirebirdAttachment::Call bound(&attachment_);
+  attachment_.dropTransaction(&transaction_);
 }
 
-void FirebirdSiblingConnection::start(const std::string& sql) {
-  const unsigned timeout = kLockTimeoutSeconds;
-  const char parameters[] = {isc_tpb_version3,
-                             isc_tpb_write,
-                             isc_tpb_concurrency,
-                             isc_tpb_wait,
-                             isc_tpb_lock_timeout,
-                             4,
-                             static_cast<char>(timeout & 0xFF),
-                             static_cast<char>((timeout >> 8) & 0xFF),
-                             static_cast<char>((timeout >> 16) & 0xFF),
-                             static_cast<char>((timeout >> 24) & 0xFF)};
-  ISC_STATUS_ARRAY status;
-  check(isc_start_transaction(status, &transaction_, 1, attachment_,
-                              static_cast<unsigned short>(sizeof parameters), parameters),
-        status, sql);
+int FirebirdSiblingConnection::lockSeconds() const {
+  return std::min(kLockTimeoutSeconds, attachment_.lockTimeoutSeconds());
 }
 
 void FirebirdSiblingConnection::end(bool commit, const std::string& sql) {
+  const FirebirdAttachment::Call bound(&attachment_);
   ISC_STATUS_ARRAY status;
   const ISC_STATUS result = commit ? isc_commit_transaction(status, &transaction_)
                                    : isc_rollback_transaction(status, &transaction_);
   if (result == 0) return;
-  const std::string message = firebirdStatusMessage(status);
+  const DatabaseError error = bound.failure(firebirdStatusMessage(status), status,
+                                            ISC_STATUS_LENGTH, sql, lockSeconds());
   // A transaction that cannot be committed is given up; its locks go with the rollback.
-  ISC_STATUS_ARRAY ignored;
-  if (transaction_ != 0) isc_rollback_transaction(ignored, &transaction_);
-  transaction_ = 0;
-  throw DatabaseError(message, sql);
+  attachment_.dropTransaction(&transaction_);
+  throw error;
 }
 
 template <typename Work>
 auto FirebirdSiblingConnection::run(const std::string& sql, Work&& work) {
-  if (transaction_ == 0) start(sql);
+  const FirebirdAttachment::Call bound(&attachment_);
   try {
+    if (transaction_ == 0) attachment_.startTransaction(&transaction_, lockSeconds(), sql);
     auto result = work();
     if (!explicit_) end(true, "COMMIT");
     return result;
+  } catch (const CallFailed& failed) {
+    if (!explicit_) attachment_.dropTransaction(&transaction_);
+    throw bound.failure(failed.message, failed.status.data(), failed.status.size(), failed.sql,
+                        lockSeconds());
   } catch (const DatabaseError&) {
-    if (!explicit_ && transaction_ != 0) {
-      ISC_STATUS_ARRAY status;
-      isc_rollback_transaction(status, &transaction_);
-      transaction_ = 0;
-    }
+    if (!explicit_) attachment_.dropTransaction(&transaction_);
     throw;
   }
 }
 
 SqlRowSet FirebirdSiblingConnection::query(const std::string& sql) {
   return run(sql, [&] {
-    Statement statement(attachment_, sql);
+    Statement statement(attachment_.handle(), sql);
     Columns all(8);
     ISC_STATUS_ARRAY status;
     check(isc_dsql_prepare(status, &transaction_, statement.handle(), 0, sql.c_str(),
@@ -231,7 +227,7 @@ SqlRowSet FirebirdSiblingConnection::query(const std::string& sql) {
 
 int64_t FirebirdSiblingConnection::execute(const std::string& sql) {
   return run(sql, [&]() -> int64_t {
-    Statement statement(attachment_, sql);
+    Statement statement(attachment_.handle(), sql);
     ISC_STATUS_ARRAY status;
     check(isc_dsql_prepare(status, &transaction_, statement.handle(), 0, sql.c_str(),
                            SQL_DIALECT_V6, nullptr),
@@ -244,7 +240,8 @@ int64_t FirebirdSiblingConnection::execute(const std::string& sql) {
 
 void FirebirdSiblingConnection::beginTransaction() {
   if (explicit_) throw VornError("A transaction is already open on this connection");
-  start("BEGIN TRANSACTION");
+  const FirebirdAttachment::Call bound(&attachment_);
+  attachment_.startTransaction(&transaction_, lockSeconds(), "BEGIN TRANSACTION");
   explicit_ = true;
 }
 

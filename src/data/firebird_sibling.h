@@ -11,8 +11,9 @@
 //
 // Row locks can still make such a chain (a row another process's transaction holds while it
 // waits for this connection's main transaction, or a row the main transaction itself holds),
-// so its transactions wait at most kLockTimeoutSeconds for a row, then fail with Firebird's
-// "deadlock / update conflicts with concurrent update" instead of waiting forever.
+// so its transactions wait at most kLockTimeoutSeconds (or the connection's lock time-out when
+// shorter) for a row, then fail with a DatabaseError that says so instead of waiting forever.
+// Calls are bounded by the attachment's watchdog like the main connection's.
 //
 // Statements: what the counters need, without parameters; columns of integer, scaled integer,
 // floating, CHAR and VARCHAR types (other types raise DatabaseError). Outside an explicit
@@ -25,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "data/firebird_attachment.h"
 #include "vornleads/data/sql_connection.h"
 
 namespace vornleads {
@@ -33,9 +35,9 @@ class FirebirdSiblingConnection final : public SqlConnection {
  public:
   static constexpr int kLockTimeoutSeconds = 5;
 
-  // attachment: the open attachment's handle, owned elsewhere and outliving this object;
-  // owner answers primaryKey.
-  FirebirdSiblingConnection(isc_db_handle* attachment, SqlConnection& owner);
+  // attachment: the open attachment, owned elsewhere and outliving this object; owner answers
+  // primaryKey.
+  FirebirdSiblingConnection(FirebirdAttachment& attachment, SqlConnection& owner);
   ~FirebirdSiblingConnection() override;
   FirebirdSiblingConnection(const FirebirdSiblingConnection&) = delete;
   FirebirdSiblingConnection& operator=(const FirebirdSiblingConnection&) = delete;
@@ -54,10 +56,10 @@ class FirebirdSiblingConnection final : public SqlConnection {
  private:
   template <typename Work>
   auto run(const std::string& sql, Work&& work);
-  void start(const std::string& sql);
   void end(bool commit, const std::string& sql);
+  int lockSeconds() const;
 
-  isc_db_handle* attachment_;
+  FirebirdAttachment& attachment_;
   SqlConnection& owner_;
   isc_tr_handle transaction_ = 0;
   bool explicit_ = false;

@@ -1,20 +1,29 @@
 // The SOCI-backed SqlConnection that OpenConnection returns (Firebird, SQL Server via ODBC).
 //
-// Transactions: SOCI's Firebird backend starts every transaction with the library defaults
-// (snapshot isolation, wait on locks) and keeps its handle private. Outside an explicit
-// transaction the backend opens one implicitly; this class commits it after every statement
-// (and rolls it back after a failed one), so each statement takes effect at once and reads
-// always see the latest committed data.
+// Transactions: outside an explicit transaction the backend opens one implicitly; this class
+// commits it after every statement (and rolls it back after a failed one), so each statement
+// takes effect at once and reads always see the latest committed data. On Firebird every
+// transaction, the implicit ones included, is started here rather than by SOCI (whose
+// backend starts them with the library defaults, waiting for a row lock without limit): with
+// snapshot isolation and a row-lock wait of options.lockTimeoutSeconds (firebird_attachment.h).
 //
 // Concurrent updates: when two connections update the same row, the second one waits until
-// the first ends; if the first commits, the second fails with a DatabaseError whose message
-// holds the database's "update conflicts with concurrent update" (callers that can, retry).
+// the first ends, or the lock time-out passes; if the first commits, the second fails with a
+// DatabaseError whose message holds the database's "update conflicts with concurrent update"
+// (callers that can, retry); past the time-out, with lockWaitMessage (firebird_failure.h).
+//
+// A Firebird server is bounded as well: opening waits at most options.connectTimeoutSeconds
+// for it to answer (firebird_probe.h), and a call it has not answered after lock-timeout +
+// connect-timeout seconds gives the connection up (firebird_attachment.h).
 //
 // autonomous(): on Firebird, transactions of their own on this same attachment (see
 // firebird_sibling.h for why not a second attachment); elsewhere a second connection.
 //
 // Destruction with a transaction open rolls it back (SOCI's Firebird backend would commit it),
-// so a connection dropped in the middle of a transaction leaves nothing half-written.
+// so a connection dropped in the middle of a transaction leaves nothing half-written. Nothing
+// raised while rolling back, freeing statements or closing a connection whose server went
+// away ends the program: errors reach the caller as DatabaseError, or are let go in
+// destructors.
 #pragma once
 
 #include <map>
@@ -23,6 +32,7 @@
 #include <vector>
 
 #include "data/connection_uri.h"
+#include "data/firebird_attachment.h"
 #include "vornleads/data/sql_connection.h"
 
 namespace soci {
@@ -56,14 +66,23 @@ class SociConnection final : public SqlConnection {
   // ending the implicit transaction when no explicit one is open.
   template <typename Work>
   auto run(const std::string& sql, Work&& work);
+  // Runs a call on the session (begin, commit, rollback), its errors as DatabaseError(sql).
+  template <typename Action>
+  void onSession(const std::string& sql, Action&& action);
   void endImplicitTransaction(bool succeeded);
-  soci::statement prepared(const std::string& sql, soci::row* row);
+  void takeFirebirdTransactions(bool server);
+  void startFirebirdTransaction(const std::string& sql);
+  void prepare(soci::statement& statement, const std::string& sql, soci::row* row);
+  // Rolls back what is open and closes the session; never throws.
+  void close() noexcept;
 
   ConnectionTarget target_;  // to open the second connection (not Firebird)
   ConnectionOptions options_;
   std::string driverName_;
   std::string password_;  // only to scrub it from messages
   std::unique_ptr<soci::session> session_;
+  std::unique_ptr<FirebirdAttachment> firebird_;  // Firebird only
+  isc_tr_handle* transaction_ = nullptr;           // SOCI's transaction handle (Firebird only)
   std::unique_ptr<SqlConnection> autonomous_;
   bool inTransaction_ = false;
   std::map<std::string, std::vector<std::string>> primaryKeys_;

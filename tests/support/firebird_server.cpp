@@ -68,6 +68,9 @@ std::string FirebirdServer::createDatabase(const std::string& name) {
   const std::string path = (root_ / name).string();
   isql("create database 'inet://127.0.0.1:" + port_ + "/" + path + "' user 'SYSDBA' password '" +
        kPassword + "' default character set UTF8;\n");
+  // Scratch databases: without forced writes the schema goes in about thirty times faster.
+  commandOutput(environment_ + " gfix -write async -user SYSDBA -password " + kPassword +
+                " inet://127.0.0.1:" + port_ + "/" + path);
   const std::string uri =
       "firebird://SYSDBA:" + std::string(kPassword) + "@127.0.0.1:" + port_ + "/" + path;
   auto connection = OpenConnection(uri);

@@ -74,7 +74,11 @@ struct ConnectionOptions {
 // Firebird: values travel as UTF8. Transactions use snapshot isolation and wait on locks:
 // when two connections update the same row, the second waits for the first to end and, if
 // the first commits, fails with a DatabaseError whose message holds "update conflicts with
-// concurrent update" (a caller that can, retries). A connection destroyed with a transaction
+// concurrent update" (a caller that can, retries); if the first is still open after
+// options.lockTimeoutSeconds, with one that starts "Waited N s for a row locked by another
+// transaction on table T: ". A server that stops answering fails the call in hand after
+// lock + connect time-out seconds with "The database did not answer in N s: ...", and the
+// connection with it; no error of a lost connection, not even while closing, ends the program. A connection destroyed with a transaction
 // open rolls it back. execute() answers -1 for statements without a row count (DDL).
 std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri,
                                               const ConnectionOptions& options = {});
