@@ -42,6 +42,11 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
     worker.setIntervaloRepeticao(options->retryDelay);
     const auto progress = std::make_shared<TerminalProgress>("intake: lead", nullptr);
     worker.setRunControl(progress);
+    const LogFailureReport logFailures;
+    worker.aoFalharLead = [&progress](const FalhaLead& falha) {
+      progress->clear();
+      std::cerr << "vornleads: intake: " << leadFailureLine(falha) << std::endl;
+    };
     try {
       worker.buscarLeads();
       progress->clear();
