@@ -57,16 +57,9 @@ void ServeMetrics::intakeCycle(double seconds, const std::string& failure,
   lastIntake_ = RunEnd{std::chrono::system_clock::now(), seconds, failure, problems};
 }
 
-void ServeMetrics::intakeLeads(const TotaisIntake& c) {
+void ServeMetrics::intakeLeads(const TotaisIntake& run) {
   std::lock_guard<std::mutex> lock(mutex_);
-  intake_.leadsLidos += c.leadsLidos;
-  intake_.contatosCriados += c.contatosCriados;
-  intake_.vinculados += c.vinculados;
-  intake_.revisados += c.revisados;
-  intake_.encerrados += c.encerrados;
-  intake_.falhas += c.falhas;
-  intake_.confirmados += c.confirmados;
-  intake_.tentativasFalhas += c.tentativasFalhas;
+  intake_ += run;
 }
 
 void ServeMetrics::resendPass(const ResendSummary& s, double seconds, const std::string& failure,

@@ -2,6 +2,20 @@
 
 namespace vornleads {
 
+TotaisIntake& operator+=(TotaisIntake& t, const TotaisIntake& o) {
+  t.ciclos += o.ciclos;
+  t.revendas += o.revendas;
+  t.leadsLidos += o.leadsLidos;
+  t.contatosCriados += o.contatosCriados;
+  t.vinculados += o.vinculados;
+  t.revisados += o.revisados;
+  t.encerrados += o.encerrados;
+  t.falhas += o.falhas;
+  t.confirmados += o.confirmados;
+  t.tentativasFalhas += o.tentativasFalhas;
+  return t;
+}
+
 void ContagemLeads::iniciaCiclo() {
   ++ciclos_;
   ciclo_ = TotaisIntake{};
@@ -13,60 +27,51 @@ void ContagemLeads::revendas(int32_t quantas) { revendas_ = ciclo_.revendas = qu
 
 void ContagemLeads::lido(const std::string& lead) {
   ++ciclo_.leadsLidos;
-  leads_[lead];
+  leads_[lead].leadsLidos = 1;
 }
 
 void ContagemLeads::incluido(const std::string& lead, DesfechoLead desfecho) {
-  Lead& estado = leads_[lead];
-  estado.falhouPorUltimo = false;
+  TotaisIntake& estado = leads_[lead];
+  estado.falhas = 0;
+  int32_t TotaisIntake::*contagem = nullptr;
   switch (desfecho) {
     case DesfechoLead::Criado:
-      ++ciclo_.contatosCriados;
-      estado.criado = true;
+      contagem = &TotaisIntake::contatosCriados;
       break;
     case DesfechoLead::Vinculado:
-      ++ciclo_.vinculados;
-      estado.vinculado = true;
+      contagem = &TotaisIntake::vinculados;
       break;
     case DesfechoLead::Revisado:
-      ++ciclo_.revisados;
-      estado.revisado = true;
+      contagem = &TotaisIntake::revisados;
       break;
     case DesfechoLead::Encerrado:
-      ++ciclo_.encerrados;
-      estado.encerrado = true;
+      contagem = &TotaisIntake::encerrados;
       break;
     case DesfechoLead::Nenhum:
-      break;
+      return;
   }
+  ++(ciclo_.*contagem);
+  estado.*contagem = 1;
 }
 
 void ContagemLeads::falhou(const std::string& lead) {
   ++ciclo_.falhas;
   ++ciclo_.tentativasFalhas;
   ++tentativasFalhas_;
-  leads_[lead].falhouPorUltimo = true;
+  leads_[lead].falhas = 1;
 }
 
 void ContagemLeads::confirmado(const std::string& lead) {
   ++ciclo_.confirmados;
-  leads_[lead].confirmado = true;
+  leads_[lead].confirmados = 1;
 }
 
 TotaisIntake ContagemLeads::total() const {
   TotaisIntake t;
+  for (const auto& [id, lead] : leads_) t += lead;
   t.ciclos = ciclos_;
   t.revendas = revendas_;
   t.tentativasFalhas = tentativasFalhas_;
-  for (const auto& [id, lead] : leads_) {
-    ++t.leadsLidos;
-    t.contatosCriados += lead.criado;
-    t.vinculados += lead.vinculado;
-    t.revisados += lead.revisado;
-    t.encerrados += lead.encerrado;
-    t.confirmados += lead.confirmado;
-    t.falhas += lead.falhouPorUltimo;
-  }
   return t;
 }
 

@@ -26,6 +26,10 @@ struct TotaisIntake {
   int32_t tentativasFalhas = 0;  // per-lead failures, one per lead and cycle
 };
 
+// Adds every count of `outros` (revendas too: totals of several runs count their dealers
+// as often as they were asked for).
+TotaisIntake& operator+=(TotaisIntake& totais, const TotaisIntake& outros);
+
 // What happened to a lead that was committed.
 enum class DesfechoLead { Nenhum, Criado, Vinculado, Revisado, Encerrado };
 
@@ -46,17 +50,13 @@ class ContagemLeads {
   TotaisIntake total() const;
 
  private:
-  struct Lead {
-    bool criado = false, vinculado = false, revisado = false, encerrado = false;
-    bool confirmado = false;
-    bool falhouPorUltimo = false;
-  };
-
+  // Per lead, each of its counts 0 or 1 (leadsLidos always 1; falhas 1 while its last attempt
+  // failed).
   TotaisIntake ciclo_;
   int32_t ciclos_ = 0;
   int32_t revendas_ = 0;
   int32_t tentativasFalhas_ = 0;
-  std::map<std::string, Lead> leads_;
+  std::map<std::string, TotaisIntake> leads_;
 };
 
 }  // namespace vornleads
