@@ -48,6 +48,11 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
     worker.setPause(stop.signal());
     const auto progress = std::make_shared<TerminalProgress>("intake: lead", stop.signal().get());
     worker.setRunControl(progress);
+    const LogFailureReport logFailures;
+    worker.aoFalharLead = [&progress](const FalhaLead& falha) {
+      progress->clear();
+      std::cerr << "vornleads: intake: " << leadFailureLine(falha) << std::endl;
+    };
     try {
       worker.buscarLeads();
       progress->clear();

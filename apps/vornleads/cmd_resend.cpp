@@ -33,6 +33,11 @@ const RegisterCommand registration(40, [](CLI::App& app, CommandContext& context
     pass.IntegraLeadsVW = library.bind();
     const auto progress = std::make_shared<TerminalProgress>("resend: update", stop.signal().get());
     pass.setRunControl(progress);
+    const LogFailureReport logFailures;
+    pass.aoFalharLinha = [&progress](const std::string& linha) {
+      progress->clear();
+      std::cerr << "vornleads: resend: " << oneLine(linha) << std::endl;
+    };
     try {
       pass.iniciaAtualizacao();
       progress->clear();

@@ -1,23 +1,29 @@
 // vornleads update: one status update of a lead contact (realizaAtualizacao) on the --db
 // database, sent through the library edition VornLeadsVW.dll of the host directory.
 //
-// Standard output: the reply JSON (VW's, or the local answer when the update is not part of
-// the integration); nothing when the update was journalled but not sent, whose reason then
-// goes to standard error. Exit status: 0, or 1 when VW did not accept the update: the reply's
-// Status.Codigo is above 0 (VW refused it, or the library edition could not reach VW), or it
-// was journalled and not sent (for resend to retry); the reason goes to standard error. 1
-// also when the update raised an error.
-// Rejections are reported to the branch's users on standard error, this host's message box.
+// Standard output: the reply JSON (VW's, the library edition's own answer when VW could not be
+// reached, or the local answer when the update is not part of the integration); nothing when
+// the update was journalled but not sent. Standard error: one line naming the lead and the
+// contact and saying what became of the update: "sent" whenever VW accepted it (whatever
+// else failed beside, such as its log entry, which is reported on a line of its own),
+// "rejected by VW", or "not sent" with the reason (journalled for resend to retry).
+// Exit status: 0 when VW accepted it or it is answered locally with code 0; 1 otherwise, and
+// when the update raised an error. Rejections are reported to the branch's users on standard
+// error, this host's message box.
 // SIGINT or SIGTERM lets the update in hand finish (sent and journalled, or journalled
 // unsent), then ends the command with the stop line and exit status 1; before the update has
 // begun, nothing is sent or journalled.
+#include <exception>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "command.h"
 #include "command_stop.h"
+#include "summaries.h"
 #include "vornleads/data/sql_connection.h"
+#include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/service/leads_library.h"
 
@@ -71,19 +77,47 @@ const RegisterCommand registration(30, [](CLI::App& app, CommandContext& context
     TAtualizaLeadsVW worker(*connection);
     worker.IntegraLeadsVW = library.bind();
     worker.envioExternoMensagem = avisaUsuario;
-    const auto resposta = worker.realizaAtualizacao(options->parametros);
-    if (!resposta) {
-      std::cerr << "vornleads: update journalled, not sent: "
-                << semQuebraFinal(worker.mensagemErro()) << "\n";
-      context.exitCode = 1;
-    } else {
-      std::cout << resposta->AsJSON() << std::endl;
-      if (resposta->Status && resposta->Status->Codigo > 0) {
-        std::cerr << "vornleads: update not accepted: código " << resposta->Status->Codigo << ": "
-                  << resposta->Status->Descricao << "\n";
-        context.exitCode = 1;
+    // The outcome line first; the stop line, when a signal came, after it.
+    [&] {
+      const LogFailureReport logFailures;
+      const TParametroPreparaAtualizaLeadVW& p = options->parametros;
+      const std::string update = "update of lead " + std::to_string(p.idLead) + " (contato " +
+                                 std::to_string(p.empresa) + "." + std::to_string(p.revenda) + "." +
+                                 std::to_string(p.contato) + ")";
+      std::optional<TRetornoAtualizaLeadClass> resposta;
+      try {
+        resposta = worker.realizaAtualizacao(options->parametros);
+      } catch (const std::exception& error) {
+        throw VornError(update + ": " + error.what());
       }
-    }
+      if (resposta) std::cout << resposta->AsJSON() << "\n";
+      switch (worker.desfecho()) {
+        case TAtualizaLeadsVW::Desfecho::Aceito:
+          std::cerr << "vornleads: " << update << " sent, journal row " << p.sequenciaReenvio << "\n";
+          return;
+        case TAtualizaLeadsVW::Desfecho::Recusado:
+          std::cerr << "vornleads: " << update << " rejected by VW: código "
+                    << resposta->Status->Codigo << ": " << oneLine(resposta->Status->Descricao)
+                    << "\n";
+          context.exitCode = 1;
+          return;
+        case TAtualizaLeadsVW::Desfecho::NaoEnviado:
+          break;
+      }
+      if (!worker.usaIntegracao() && resposta && resposta->Status) {
+        // Answered locally: not part of the integration, nothing journalled.
+        if (resposta->Status->Codigo > 0) {
+          std::cerr << "vornleads: " << update
+                    << " not sent: " << oneLine(resposta->Status->Descricao) << "\n";
+          context.exitCode = 1;
+        }
+        return;
+      }
+      std::string motivo = semQuebraFinal(worker.mensagemErro());
+      if (motivo.empty() && resposta && resposta->Status) motivo = resposta->Status->Descricao;
+      std::cerr << "vornleads: " << update << " journalled, not sent: " << oneLine(motivo) << "\n";
+      context.exitCode = 1;
+    }();
     stop.report(context);
   });
 });

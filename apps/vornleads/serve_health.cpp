@@ -10,6 +10,7 @@
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/unsent_selection.h"
+#include "vornleads/package/log_failures.h"
 
 namespace vornleads::cli {
 namespace {
@@ -35,6 +36,9 @@ Json runPart(const char* run, const std::optional<RunEnd>& end, Json& reasons) {
     part["failure"] = end->failure;
     reasons.push_back(std::string(run) + ": " + end->failure);
   }
+  // The leads or rows that failed, each naming its lead.
+  for (const std::string& problem : end->problems)
+    reasons.push_back(std::string(run) + ": " + problem);
   return part;
 }
 
@@ -67,6 +71,8 @@ StatusAnswer healthAnswer(const ServeMetrics& metrics, const JournalProbe& journ
   if (journal.unsentRows) body["unsent_updates"] = *journal.unsentRows;
   body["intake"] = runPart("intake", metrics.lastIntake(), reasons);
   body["resend"] = runPart("resend", metrics.lastResend(), reasons);
+  // A log that cannot be written changes no outcome, but the operator must hear of it.
+  if (const auto logFailure = currentLogWriteFailure()) reasons.push_back("log: " + *logFailure);
   if (!reasons.empty()) {
     body["status"] = "failing";
     body["reasons"] = reasons;

@@ -2,7 +2,9 @@
 // (ServeMetrics) and what the database says at the time of the request.
 //
 // /health answers 200 when the last intake cycle and the last resend pass ended as expected
-// (or none has ended yet) and the database answers; 503 otherwise, with every reason. Its
+// (or none has ended yet) with no lead or row failing, the database answers and the logs are
+// written; 503 otherwise, with every reason (a failed lead or row named by its lead, the log
+// failure in force). Its
 // body is a small JSON object:
 //   {"status": "ok" | "failing", "reasons": [...], "database": "ok" | the error,
 //    "unsent_updates": N, "intake": {"ended": "...Z", "seconds": S, "failure": "..."},

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "service_numbers.h"
+#include "vornleads/package/log_failures.h"
 
 namespace vornleads::cli {
 namespace {
@@ -49,27 +50,27 @@ void lastRun(Exposition& out, const char* run, const char* what, const std::opti
 
 }  // namespace
 
-void ServeMetrics::intakeCycle(const TotaisIntake& c, double seconds, const std::string& failure) {
+void ServeMetrics::intakeCycle(double seconds, const std::string& failure,
+                               const std::vector<std::string>& problems) {
   std::lock_guard<std::mutex> lock(mutex_);
-  intake_.leadsLidos += c.leadsLidos;
-  intake_.contatosCriados += c.contatosCriados;
-  intake_.vinculados += c.vinculados;
-  intake_.revisados += c.revisados;
-  intake_.encerrados += c.encerrados;
-  intake_.falhas += c.falhas;
-  intake_.confirmados += c.confirmados;
   ++intakeCycles_[failure.empty() ? 0 : 1];
-  lastIntake_ = RunEnd{std::chrono::system_clock::now(), seconds, failure};
+  lastIntake_ = RunEnd{std::chrono::system_clock::now(), seconds, failure, problems};
 }
 
-void ServeMetrics::resendPass(const ResendSummary& s, double seconds, const std::string& failure) {
+void ServeMetrics::intakeLeads(const TotaisIntake& run) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  intake_ += run;
+}
+
+void ServeMetrics::resendPass(const ResendSummary& s, double seconds, const std::string& failure,
+                              const std::vector<std::string>& problems) {
   std::lock_guard<std::mutex> lock(mutex_);
   resend_.rowsRead += s.rowsRead;
   resend_.sent += s.sent;
   resend_.rejected += s.rejected;
   resend_.unsent += s.unsent;
   ++resendPasses_[failure.empty() ? 0 : 1];
-  lastResend_ = RunEnd{std::chrono::system_clock::now(), seconds, failure};
+  lastResend_ = RunEnd{std::chrono::system_clock::now(), seconds, failure, problems};
 }
 
 void ServeMetrics::serviceCall(int32_t service, double seconds) {
@@ -96,11 +97,12 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
   std::lock_guard<std::mutex> lock(mutex_);
   Exposition out;
   out.family("vornleads_intake_leads_read_total", "counter",
-             "Leads in the leads service's replies to the intake.");
+             "Leads in the leads service's replies to the intake, each lead once per run.");
   out.sample("vornleads_intake_leads_read_total", "", intake_.leadsLidos);
   out.family("vornleads_intake_leads_total", "counter",
-             "Leads handled by the intake, by outcome: created (a new CRM contact), linked (to "
-             "a contact already scheduled), revised, closed, failed (rolled back).");
+             "Leads handled by the intake, each once per run, by outcome: created (a new CRM "
+             "contact), linked (to a contact already scheduled), revised, closed, failed (rolled "
+             "back in every cycle of the run).");
   const std::pair<const char*, int32_t> outcomes[] = {{"created", intake_.contatosCriados},
                                                       {"linked", intake_.vinculados},
                                                       {"revised", intake_.revisados},
@@ -109,12 +111,16 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
   for (const auto& [outcome, count] : outcomes) {
     out.sample("vornleads_intake_leads_total", std::string("outcome=\"") + outcome + "\"", count);
   }
+  out.family("vornleads_intake_lead_failed_attempts_total", "counter",
+             "Per-lead failures of the intake, one per lead and cycle.");
+  out.sample("vornleads_intake_lead_failed_attempts_total", "", intake_.tentativasFalhas);
   out.family("vornleads_intake_receipts_confirmed_total", "counter",
              "Lead receipts the leads service accepted.");
   out.sample("vornleads_intake_receipts_confirmed_total", "", intake_.confirmados);
   out.family("vornleads_resend_updates_total", "counter",
-             "Journal rows handled by the resend pass, by outcome: sent, rejected (by the leads "
-             "service), unsent (left for the next pass).");
+             "Journal rows handled by the resend pass, by outcome: sent (accepted by the leads "
+             "service), rejected (refused by it), unsent (not delivered: transport failure, "
+             "service fault, local answer; left for the next pass).");
   out.sample("vornleads_resend_updates_total", "outcome=\"sent\"", resend_.sent);
   out.sample("vornleads_resend_updates_total", "outcome=\"rejected\"", resend_.rejected);
   out.sample("vornleads_resend_updates_total", "outcome=\"unsent\"", resend_.unsent);
@@ -126,6 +132,9 @@ std::string ServeMetrics::metrics(std::optional<size_t> unsentRows) const {
              "Resend passes, by outcome: completed or failed.");
   out.sample("vornleads_resend_passes_total", "outcome=\"completed\"", resendPasses_[0]);
   out.sample("vornleads_resend_passes_total", "outcome=\"failed\"", resendPasses_[1]);
+  out.family("vornleads_log_write_failures_total", "counter",
+             "Log entries that could not be written (the work went on without them).");
+  out.sample("vornleads_log_write_failures_total", "", static_cast<double>(logWriteFailureCount()));
   lastRun(out, "intake_last_cycle", "the last intake cycle", lastIntake_);
   lastRun(out, "resend_last_pass", "the last resend pass", lastResend_);
   out.family("vornleads_database_up", "gauge", "1 when the database answered this scrape.");

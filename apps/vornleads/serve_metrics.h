@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/intake/leads_vw_metodos.h"
@@ -24,15 +25,26 @@ struct RunEnd {
   std::chrono::system_clock::time_point at;
   double seconds = 0;   // how long it took
   std::string failure;  // empty when it ended as expected
+  // The leads or rows of the cycle or pass that failed, each on one line naming its lead (at
+  // most kProblemLines, the last saying how many more there were).
+  std::vector<std::string> problems;
 };
+
+// How many problem lines a RunEnd keeps.
+inline constexpr size_t kProblemLines = 5;
 
 class ServeMetrics {
  public:
-  // One intake cycle ended: `counts` are that cycle's own (TotaisIntake of aoFimDoCiclo);
-  // `failure` says why it ended otherwise than expected, empty when it did not.
-  void intakeCycle(const TotaisIntake& counts, double seconds, const std::string& failure);
+  // One intake cycle ended; `failure` says why it ended otherwise than expected, empty when it
+  // did not; `problems` name the leads that failed in it.
+  void intakeCycle(double seconds, const std::string& failure,
+                   const std::vector<std::string>& problems = {});
+  // One intake run (a top-level buscarLeads and its repeated cycles) ended: its leads, each
+  // counted once, and its failed attempts.
+  void intakeLeads(const TotaisIntake& run);
   // One resend pass ended, likewise.
-  void resendPass(const ResendSummary& summary, double seconds, const std::string& failure);
+  void resendPass(const ResendSummary& summary, double seconds, const std::string& failure,
+                  const std::vector<std::string>& problems = {});
   // One call of the leads service (pCodigoServico) took `seconds`, answered or not.
   void serviceCall(int32_t service, double seconds);
 

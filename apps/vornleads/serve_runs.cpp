@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <utility>
+#include <vector>
 
 #include "summaries.h"
 #include "terminal_progress.h"
@@ -83,20 +85,53 @@ std::unique_ptr<SqlConnection> openFor(const char* run, const ServeSettings& set
   }
 }
 
+// What went wrong beside the counts of a cycle or pass: the leads or rows that failed (for
+// /health) and the log entries that could not be written (for the next report line).
+class RunNotes {
+ public:
+  RunNotes()
+      : logFailures_([this](const std::string& message) {
+          ++logsLost_;
+          lastLogFailure_ = message;
+        }) {}
+
+  void problem(const std::string& line) {
+    if (problems_.size() < kProblemLines) {
+      problems_.push_back(line);
+    } else {
+      ++moreProblems_;
+    }
+  }
+  // The problems since the last call, and a fresh start for the next cycle.
+  std::vector<std::string> takeProblems() {
+    std::vector<std::string> taken = std::move(problems_);
+    if (moreProblems_ > 0) taken.push_back("and " + std::to_string(moreProblems_) + " more");
+    problems_.clear();
+    moreProblems_ = 0;
+    return taken;
+  }
+  // "; 2 log entries not written: <reason>" for the log entries lost since the last call.
+  std::string takeLogNote() {
+    if (logsLost_ == 0) return "";
+    const std::string note = "; " + std::to_string(logsLost_) + " log " +
+                             (logsLost_ == 1 ? "entry" : "entries") +
+                             " not written: " + lastLogFailure_;
+    logsLost_ = 0;
+    return note;
+  }
+
+ private:
+  std::vector<std::string> problems_;
+  size_t moreProblems_ = 0;
+  size_t logsLost_ = 0;
+  std::string lastLogFailure_;
+  const LogFailureReport logFailures_;  // last: it calls back into the members above
+};
+
 }  // namespace
 
 void reportLine(const std::string& message) {
-  std::string text = message;
-  while (!text.empty() && (text.back() == '\r' || text.back() == '\n')) text.pop_back();
-  std::string line = FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " ";
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\r' && text[i] != '\n') {
-      line += text[i];
-    } else if (text[i] == '\n' || i + 1 == text.size() || text[i + 1] != '\n') {
-      line += " / ";
-    }
-  }
-  std::cerr << line << std::endl;
+  std::cerr << FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " " + oneLine(message) << std::endl;
 }
 
 void runIntake(const ServeSettings& settings) {
@@ -104,9 +139,10 @@ void runIntake(const ServeSettings& settings) {
   std::string unavailable;
   const std::unique_ptr<SqlConnection> connection = openFor("intake", settings, unavailable);
   if (!connection) {
-    settings.metrics->intakeCycle({}, elapsed(cycleStart), unavailable);
+    settings.metrics->intakeCycle(elapsed(cycleStart), unavailable);
     return;
   }
+  RunNotes notes;
   TAplicacaoLibrary aplicacao;
   TLeadsVWMetodosClass worker(aplicacao, *connection);
   worker.IntegraLeadsVW = timedBridge(settings);
@@ -116,31 +152,43 @@ void runIntake(const ServeSettings& settings) {
   const auto progress = std::make_shared<TerminalProgress>("intake: lead", settings.stop.get());
   worker.setRunControl(std::make_shared<FeedingRunControl>(progress, settings.watchdog));
   int cycles = 0;
+  std::vector<std::string> lastProblems;  // of the last cycle that ended
+  worker.aoFalharLead = [&](const FalhaLead& falha) {
+    progress->clear();
+    notes.problem(leadFailureLine(falha));
+    reportLine("intake: " + leadFailureLine(falha));
+  };
   worker.aoFimDoCiclo = [&](const TotaisIntake& ciclo) {
     progress->clear();
     ++cycles;
     const double seconds = elapsed(cycleStart);
-    settings.metrics->intakeCycle(ciclo, seconds, "");
+    lastProblems = notes.takeProblems();
+    settings.metrics->intakeCycle(seconds, "", lastProblems);
     reportLine("intake: " + intakeCounts(ciclo) + " in " + secondsText(seconds) +
-               stopNote(*settings.stop));
+               stopNote(*settings.stop) + notes.takeLogNote());
   };
   try {
     worker.buscarLeads();
     // A run without a cycle (no dealer takes part) still ended as expected.
-    if (cycles == 0) settings.metrics->intakeCycle({}, elapsed(cycleStart), "");
+    if (cycles == 0) settings.metrics->intakeCycle(elapsed(cycleStart), "");
   } catch (const std::exception& error) {
     progress->clear();
     const bool restart = worker.qtdErros() > 5;
     const double seconds = elapsed(cycleStart);
     const std::string failure = "failed at step " + worker.sPbPasso() + ": " + error.what();
-    // The cycles before the restart message were reported (and counted) as they ended.
-    settings.metrics->intakeCycle(restart ? TotaisIntake{} : worker.totaisDoCiclo(), seconds,
-                                  failure);
+    // The cycles before the restart message were reported as they ended; the leads that
+    // failed in the last of them are what the restart message is about.
+    std::vector<std::string> problems = notes.takeProblems();
+    if (restart && problems.empty()) problems = lastProblems;
+    settings.metrics->intakeCycle(seconds, failure, problems);
     reportLine("intake failed at step " + worker.sPbPasso() + " after " + secondsText(seconds) +
                ": " + error.what() +
                (restart ? " (a fresh worker takes over at the next interval)"
-                        : " (" + intakeCounts(worker.totaisDoCiclo()) + ")"));
+                        : " (" + intakeCounts(worker.totaisDoCiclo()) + ")") +
+               notes.takeLogNote());
   }
+  // Each lead once, however many cycles of the run offered it.
+  settings.metrics->intakeLeads(worker.totais());
 }
 
 void runResend(const ServeSettings& settings) {
@@ -151,23 +199,30 @@ void runResend(const ServeSettings& settings) {
     settings.metrics->resendPass({}, elapsed(start), unavailable);
     return;
   }
+  RunNotes notes;
   TAtualizaLeadsNaoEnviados pass(*connection);
   pass.IntegraLeadsVW = timedBridge(settings);
   const auto progress = std::make_shared<TerminalProgress>("resend: update", settings.stop.get());
   pass.setRunControl(std::make_shared<FeedingRunControl>(progress, settings.watchdog));
+  pass.aoFalharLinha = [&](const std::string& linha) {
+    progress->clear();
+    notes.problem(oneLine(linha));
+    reportLine("resend: " + linha);
+  };
   try {
     pass.iniciaAtualizacao();
     progress->clear();
     const double seconds = elapsed(start);
-    settings.metrics->resendPass(pass.summary(), seconds, "");
+    settings.metrics->resendPass(pass.summary(), seconds, "", notes.takeProblems());
     reportLine("resend: " + resendCounts(pass.summary()) + " in " + secondsText(seconds) +
-               stopNote(*settings.stop));
+               stopNote(*settings.stop) + notes.takeLogNote());
   } catch (const std::exception& error) {
     progress->clear();
     const double seconds = elapsed(start);
-    settings.metrics->resendPass(pass.summary(), seconds, std::string("failed: ") + error.what());
+    settings.metrics->resendPass(pass.summary(), seconds, std::string("failed: ") + error.what(),
+                                 notes.takeProblems());
     reportLine("resend failed after " + secondsText(seconds) + ": " + error.what() + " (" +
-               resendCounts(pass.summary()) + ")");
+               resendCounts(pass.summary()) + ")" + notes.takeLogNote());
   }
 }
 

@@ -1,34 +1,50 @@
 // The resend pass over the unsent rows of the update journal.
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/feedback/unsent_selection.h"
 #include "vornleads/service/records_working.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {
 
 constexpr int kStatusReagendamento = 9;
 
-void contaResultado(const TAtualizaLeadsVW& worker,
-                    const std::optional<TRetornoAtualizaLeadClass>& resposta,
-                    ResendSummary& summary) {
-  // Only a reply that came from the bridge counts as VW's answer; local answers and
-  // failed sends leave the row unsent.
-  const auto& retorno = worker.retornoAtualizacao();
-  if (resposta && retorno && retorno->Status) {
-    if (retorno->Status->Codigo > 0) {
-      ++summary.rejected;
-    } else {
+// "lead 501 (contato 1.1.10, sequência 2)": how the pass names a journal row.
+std::string nomeLinha(const TParametroPreparaAtualizaLeadVW& p) {
+  return "lead " + std::to_string(p.idLead) + " (contato " + std::to_string(p.empresa) + "." +
+         std::to_string(p.revenda) + "." + std::to_string(p.contato) + ", sequência " +
+         std::to_string(p.sequenciaReenvio) + ")";
+}
+
+// Counts the row by what reached VW, and says why a row was not sent; empty when it was.
+std::string contaResultado(const TAtualizaLeadsVW& worker,
+                           const std::optional<TRetornoAtualizaLeadClass>& resposta,
+                           ResendSummary& summary) {
+  switch (worker.desfecho()) {
+    case TAtualizaLeadsVW::Desfecho::Aceito:
       ++summary.sent;
-    }
-  } else {
-    ++summary.unsent;
+      return "";
+    case TAtualizaLeadsVW::Desfecho::Recusado:
+      ++summary.rejected;
+      return "rejected: " + resposta->Status->Descricao;
+    case TAtualizaLeadsVW::Desfecho::NaoEnviado:
+      break;
   }
+  ++summary.unsent;
+  // The journalled reason, else the answer that came instead of VW's (the library's own, or
+  // the local one).
+  std::string motivo = worker.mensagemErro();
+  if (motivo.empty() && resposta && resposta->Status) motivo = resposta->Status->Descricao;
+  while (!motivo.empty() && (motivo.back() == '\n' || motivo.back() == '\r')) motivo.pop_back();
+  return "not sent: " + excerpt(motivo);
 }
 
 }  // namespace
@@ -90,13 +106,15 @@ void TAtualizaLeadsNaoEnviados::buscaLeads() {
     std::optional<TRetornoAtualizaLeadClass> resposta;
     try {
       resposta = worker.realizaAtualizacao(parametros);
-    } catch (...) {
-      // Counted and passed on: the error ends the pass and the row stays unsent.
+    } catch (const std::exception& erro) {
+      // Counted and passed on, naming the row: the error ends the pass and the row stays
+      // unsent.
       ++summary_.unsent;
-      throw;
+      throw VornError(nomeLinha(parametros) + ": " + boundedMessage(erro));
     }
     // The outcome is in the journal row; the reply is only counted.
-    contaResultado(worker, resposta, summary_);
+    const std::string motivo = contaResultado(worker, resposta, summary_);
+    if (!motivo.empty() && aoFalharLinha) aoFalharLinha(nomeLinha(parametros) + " " + motivo);
   }
 }
 

@@ -2,12 +2,14 @@
 #include "vornleads/feedback/atualiza_leads_vw.h"
 
 #include <exception>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "vornleads/error.h"
 #include "vornleads/service/leads_library.h"
 #include "vornleads/text/codepage.h"
 #include "vornleads/text/datetime.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {
@@ -19,6 +21,14 @@ constexpr char kMensagemSemIntegracao[] = "Contato não faz parte da integraçã
 constexpr char kPrefixoErroEnvio[] = "Erro ao enviar atualização para a VW: ";
 
 bool codigoDesligaLead(double codigo) { return codigo == 207 || codigo == 208 || codigo == 209; }
+
+// The service's AtualizaLeads replies always carry their Retorno (null at least); the library
+// edition's own answer to a call that did not reach the service (refused connection,
+// time-out, HTTP error, SOAP fault) is the status envelope alone.
+bool respostaDoServico(const std::string& resposta) {
+  const auto json = nlohmann::json::parse(resposta, nullptr, false);
+  return json.is_object() && json.contains("Retorno");
+}
 
 }  // namespace
 
@@ -52,7 +62,7 @@ std::optional<TRetornoAtualizaLeadClass> TAtualizaLeadsVW::realizaAtualizacao(
   } catch (const std::exception& error) {
     // The caller sees a plain error with the original text, whatever its kind was.
     envioLead_.reset();
-    throw VornError(error.what());
+    throw VornError(boundedMessage(error));
   }
 
   sPbMensagemAtu_ = "3";
@@ -68,9 +78,10 @@ std::optional<TRetornoAtualizaLeadClass> TAtualizaLeadsVW::realizaAtualizacao(
     enviaAtualizacao();
     sPbMensagemAtu_ = "12";
     resultado = retornoAtualizacao_;
+    enviado_ = true;
   } catch (const std::exception& error) {
     realizaEnvio_ = false;
-    mensagemErro_ = kPrefixoErroEnvio + std::string(error.what());
+    mensagemErro_ = kPrefixoErroEnvio + boundedMessage(error);
   } catch (...) {
     // A bridge that throws something other than an exception still must not leave the row
     // looking delivered.
@@ -90,6 +101,7 @@ void TAtualizaLeadsVW::enviaAtualizacao() {
   sPbMensagemAtu_ = "10";
   retornoAtualizacao_.emplace();
   retornoAtualizacao_->AssignFromJSON(resposta);
+  respostaDaVW_ = respostaDoServico(resposta);
 
   sPbMensagemAtu_ = "11";
   gravaLogEnvio();
@@ -100,6 +112,16 @@ void TAtualizaLeadsVW::enviaAtualizacao() {
     if (codigoDesligaLead(retornoAtualizacao_->Status->Codigo)) marcaLeadParaNaoIntegrar();
     enviaMensagemErro();
   }
+}
+
+TAtualizaLeadsVW::Desfecho TAtualizaLeadsVW::desfecho() const {
+  // Only a send stage that ended with the service's own reply reached VW; the journal row was
+  // written from the same state (gravaAtualizacao), so the two agree.
+  if (!enviado_ || !respostaDaVW_ || !realizaEnvio_ || !retornoAtualizacao_ ||
+      !retornoAtualizacao_->Status) {
+    return Desfecho::NaoEnviado;
+  }
+  return retornoAtualizacao_->Status->Codigo > 0 ? Desfecho::Recusado : Desfecho::Aceito;
 }
 
 TRetornoAtualizaLeadClass TAtualizaLeadsVW::respostaLocal(bool foraDaValidade) {

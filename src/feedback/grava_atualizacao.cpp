@@ -3,9 +3,9 @@
 #include <cmath>
 #include <string>
 
-#include "feedback/text_cut.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/text/datetime.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {

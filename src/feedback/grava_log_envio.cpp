@@ -6,9 +6,11 @@
 namespace vornleads {
 
 void TAtualizaLeadsVW::gravaLogEnvio() {
-  // The request carries the salesperson's CPF and the lead, never a credential.
-  LogFile(kLogEnvioLeads, clock_)
-      .appendExchange(envioLead_->AsJSON(), retornoAtualizacao_->AsJSON());
+  // The request carries the salesperson's CPF and the lead, never a credential. A log that
+  // cannot be written must not turn a delivered update into an unsent one (which the resend
+  // pass would deliver again): its failure is kept apart from the send's error trap.
+  falhaLogEnvio_ = LogFile(kLogEnvioLeads, clock_)
+                       .recordExchange(envioLead_->AsJSON(), retornoAtualizacao_->AsJSON());
 }
 
 }  // namespace vornleads

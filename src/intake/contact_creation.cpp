@@ -8,6 +8,7 @@
 #include "vornleads/data/numeracao.h"
 #include "vornleads/error.h"
 #include "vornleads/intake/leads_vw_metodos.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 
@@ -39,7 +40,8 @@ void TLeadsVWMetodosClass::incluiContato(TContatoLeadVW& lead) {
     lead.codigoContato =
         BuscaProximoNumeroTran(lead.empresa, lead.revenda, 1, "CONTATO", "CAC_CONTATO");
   } catch (const std::exception& erro) {
-    throw VornError("Erro ao integrar lead " + std::to_string(lead.leadID) + "\r\n" + erro.what());
+    throw VornError("Erro ao integrar lead " + std::to_string(lead.leadID) + "\r\n" +
+                    boundedMessage(erro));
   }
 
   const std::string telefone = std::to_string(lead.DDD) + "-" + std::to_string(lead.telefone);
@@ -117,7 +119,8 @@ int32_t TLeadsVWMetodosClass::BuscaProximoNumeroTran(int32_t empresa, int32_t re
     numero = BuscaProximoNumero(conexao_.retornaSQLConnection(), empresa, revenda, tabela, coluna,
                                 quantidade, true);
   } catch (const std::exception& erro) {
-    throw VornError("Erro ao buscar o próximo numero da tabela " + tabela + "\r\n" + erro.what());
+    throw VornError("Erro ao buscar o próximo numero da tabela " + tabela + "\r\n" +
+                    boundedMessage(erro));
   }
   if (numero < 1) {
     throw VornError("Erro ao buscar o próximo numero da tabela " + tabela +

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "vornleads/error.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads::intake {
 namespace {
@@ -61,7 +62,7 @@ int32_t TextoParaInteiro(const std::string& texto) {
   if (primeiro == std::string::npos || i == primeiro || i != texto.size() ||
       resultado > std::numeric_limits<int32_t>::max() ||
       resultado < std::numeric_limits<int32_t>::min()) {
-    throw ConversionError("\"" + texto + "\" is not a valid integer value");
+    throw ConversionError("\"" + excerpt(texto) + "\" is not a valid integer value");
   }
   return static_cast<int32_t>(resultado);
 }
@@ -84,7 +85,7 @@ int32_t ArredondaInteiro(double valor) {
 double TextoParaReal(const std::string& texto) {
   double valor = 0;
   if (lerReal(texto, ',', valor) || lerReal(texto, '.', valor)) return valor;
-  throw ConversionError("\"" + texto + "\" is not a valid floating point value");
+  throw ConversionError("\"" + excerpt(texto) + "\" is not a valid floating point value");
 }
 
 }  // namespace vornleads::intake

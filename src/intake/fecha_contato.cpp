@@ -7,6 +7,7 @@
 #include "vornleads/data/geral.h"
 #include "vornleads/data/numeracao.h"
 #include "vornleads/error.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 
@@ -28,7 +29,7 @@ int32_t FechaContatoCRM(SqlConnection& connection, const FechamentoContato& fech
     return versao;
   } catch (const std::exception& erro) {
     throw VornError("Erro ao encerrar o contato para o lead " + std::to_string(fechamento.leadID) +
-                    "\r\n" + erro.what());
+                    "\r\n" + boundedMessage(erro));
   }
 }
 

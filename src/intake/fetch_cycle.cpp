@@ -9,6 +9,7 @@
 #include "vornleads/service/leads_library.h"
 #include "vornleads/service/records_requests.h"
 #include "vornleads/text/codepage.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {
@@ -58,14 +59,11 @@ void TLeadsVWMetodosClass::buscarLeads() {
   // The repetitions of a failed cycle run here one after another; each starts with the dealer
   // list still in place, so it is read only once.
   bool repetir = true;
-  while (repetir) {
-    inicioCiclo_ = totais_;
-    ++totais_.ciclos;
-    repetir = cicloBusca();
-  }
+  while (repetir) repetir = cicloBusca();
 }
 
 bool TLeadsVWMetodosClass::cicloBusca() {
+  contagem_.iniciaCiclo();
   inicializaCOM();
   sPbPasso_ = "01";
   if (!listaDN_) {
@@ -74,7 +72,7 @@ bool TLeadsVWMetodosClass::cicloBusca() {
         "cada ciclo");
   }
   if (listaDN_->empty() && !populaListaDN()) return false;
-  totais_.revendas = static_cast<int32_t>(listaDN_->size());
+  contagem_.revendas(static_cast<int32_t>(listaDN_->size()));
 
   sPbPasso_ = "02";
   TEnviaBuscaLeadsStatusClass envio;
@@ -94,15 +92,15 @@ bool TLeadsVWMetodosClass::cicloBusca() {
   gravaLog(requisicao, resposta);
 
   sPbPasso_ = "07";
-  TRetornoBuscaLeadsClass retorno;
-  retorno.AssignFromJSON(resposta);
+  // Only the envelope and the Status are read here: each lead item is read inside its own
+  // lead's trap, so that one item that does not map fails that lead alone.
+  const LeadItemsReply retorno = LeadItemsReply::FromJSON(resposta);
 
   sPbPasso_ = "08";
   if (!retorno.Status) {
-    throw VornError("Resposta do serviço de leads sem Status: " + resposta);
+    throw VornError("Resposta do serviço de leads sem Status: " + excerpt(resposta));
   }
   if (retorno.Status->Codigo > 0) throw VornError(retorno.Status->Descricao);
-  totais_.leadsLidos += static_cast<int32_t>(retorno.Leads.size());
 
   const bool repetir = verificaLeads(retorno);
   sPbPasso_ = "09";
@@ -133,6 +131,10 @@ std::string TLeadsVWMetodosClass::buscaNomeFantasia() {
 }
 
 bool TLeadsVWMetodosClass::verificaLeads(const TRetornoBuscaLeadsClass& Retorno) {
+  return verificaLeads(LeadItemsReply::FromRecord(Retorno));
+}
+
+bool TLeadsVWMetodosClass::verificaLeads(const LeadItemsReply& Retorno) {
   leadsProcessados_ = std::vector<std::string>{};
   const int total = static_cast<int>(Retorno.Leads.size());
   int n = 0;
@@ -141,8 +143,8 @@ bool TLeadsVWMetodosClass::verificaLeads(const TRetornoBuscaLeadsClass& Retorno)
       interrompido_ = true;
       break;
     }
-    control_->progress(++n, total, item.IdLead);
-    trataLead(item);
+    control_->progress(++n, total, item.idLead);
+    trataLead(item, n);
   }
 
   try {
@@ -165,50 +167,6 @@ bool TLeadsVWMetodosClass::verificaLeads(const TRetornoBuscaLeadsClass& Retorno)
     throw VornError("Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado");
   }
   return true;
-}
-
-void TLeadsVWMetodosClass::trataLead(const TItemBuscaLeadsClass& item) {
-  TContatoLeadVW lead;
-  desfecho_ = Desfecho::Nenhum;
-  conexao_.iniciaTransacao();
-  try {
-    leadsProcessados_->push_back(item.IdLead);
-    preencheLead(item, lead);
-    verificaContato(lead);
-    conexao_.comitaTransacao();
-    contaDesfecho();
-  } catch (const std::exception& erro) {
-    std::string mensagem = erro.what();
-    // A failed commit may already have ended the transaction; a failed rollback must not
-    // cost the other leads, so its message joins the lead's.
-    try {
-      if (conexao_.retornaSQLConnection().inTransaction()) conexao_.rollbackTransacao();
-    } catch (const std::exception& falhaRollback) {
-      mensagem += "\r\n" + std::string(falhaRollback.what());
-    }
-    erroInclusao_ = true;
-    ++totais_.falhas;
-    gravaLog("", mensagem);
-  }
-}
-
-void TLeadsVWMetodosClass::contaDesfecho() {
-  switch (desfecho_) {
-    case Desfecho::Criado:
-      ++totais_.contatosCriados;
-      break;
-    case Desfecho::Vinculado:
-      ++totais_.vinculados;
-      break;
-    case Desfecho::Revisado:
-      ++totais_.revisados;
-      break;
-    case Desfecho::Encerrado:
-      ++totais_.encerrados;
-      break;
-    case Desfecho::Nenhum:
-      break;
-  }
 }
 
 }  // namespace vornleads

@@ -50,28 +50,44 @@ void recusaCaractereNulo(const TItemBuscaLeadsClass& item, int32_t leadID) {
   }
 }
 
+// A conversion of one member: its failure names the member (the lead is named by the trap).
+template <class Conversion>
+auto campo(const char* nome, Conversion converte) -> decltype(converte()) {
+  try {
+    return converte();
+  } catch (const ConversionError& erro) {
+    throw ConversionError(std::string("Campo ") + nome + ": " + erro.what());
+  }
+}
+
 }  // namespace
 
 void TLeadsVWMetodosClass::preencheLead(const TItemBuscaLeadsClass& item, TContatoLeadVW& lead) {
-  lead.leadID = intake::TextoParaInteiro(item.IdLead);
+  lead.leadID = campo("IdLead", [&] { return intake::TextoParaInteiro(item.IdLead); });
   recusaCaractereNulo(item, lead.leadID);
   lead.origem = item.Origem;
   lead.mensagem = item.Mensagem;
   lead.showroom = item.Showroom;
-  buscaEmpresaRevendaLead(intake::TextoParaInteiro(item.DealerNumber), lead);
+  buscaEmpresaRevendaLead(
+      campo("DealerNumber", [&] { return intake::TextoParaInteiro(item.DealerNumber); }), lead);
   lead.nome = semAspas(item.Nome);
   lead.cpfcnpj = item.CpfCnpj;
   lead.email = item.Email;
-  lead.telefone = intake::ArredondaInteiro(item.Telefone);
-  lead.DDD = intake::ArredondaInteiro(item.Ddd);
+  lead.telefone = campo("Telefone", [&] { return intake::ArredondaInteiro(item.Telefone); });
+  lead.DDD = campo("Ddd", [&] { return intake::ArredondaInteiro(item.Ddd); });
   lead.modelo = item.Modelo;
-  lead.dataIntencao = StrToDateTime(item.DataIntencao, formatoDatasVW());
+  lead.dataIntencao =
+      campo("DataIntencao", [&] { return StrToDateTime(item.DataIntencao, formatoDatasVW()); });
   if (!item.DataIntencaoAgendamento.empty()) {
-    lead.dataIntencaoAgendamento = StrToDateTime(item.DataIntencaoAgendamento, formatoDatasVW());
+    lead.dataIntencaoAgendamento = campo("DataIntencaoAgendamento", [&] {
+      return StrToDateTime(item.DataIntencaoAgendamento, formatoDatasVW());
+    });
   }
   if (!item.PreferenciaContato.empty()) lead.preferenciaContato = item.PreferenciaContato;
-  if (!item.Preco.empty()) lead.PrecoPretendido = intake::TextoParaReal(item.Preco);
-  lead.status = intake::ArredondaInteiro(item.Status);
+  if (!item.Preco.empty()) {
+    lead.PrecoPretendido = campo("Preco", [&] { return intake::TextoParaReal(item.Preco); });
+  }
+  lead.status = campo("Status", [&] { return intake::ArredondaInteiro(item.Status); });
 }
 
 }  // namespace vornleads

@@ -30,22 +30,9 @@ void TLeadsVWMetodosClass::setRunControl(std::shared_ptr<RunControl> control) {
   control_ = control ? std::move(control) : unattendedRun();
 }
 
-TotaisIntake diferencaTotais(const TotaisIntake& depois, const TotaisIntake& antes) {
-  TotaisIntake d;
-  d.ciclos = depois.ciclos - antes.ciclos;
-  d.revendas = depois.revendas;
-  d.leadsLidos = depois.leadsLidos - antes.leadsLidos;
-  d.contatosCriados = depois.contatosCriados - antes.contatosCriados;
-  d.vinculados = depois.vinculados - antes.vinculados;
-  d.revisados = depois.revisados - antes.revisados;
-  d.encerrados = depois.encerrados - antes.encerrados;
-  d.falhas = depois.falhas - antes.falhas;
-  d.confirmados = depois.confirmados - antes.confirmados;
-  return d;
-}
-
 void TLeadsVWMetodosClass::gravaLog(const std::string& requisicao, const std::string& resposta) {
-  LogFile(kLogBuscaLeads, clock_).appendExchange(requisicao, resposta);
+  // The failure is recorded for the host's reports; the cycle goes on as if it was written.
+  LogFile(kLogBuscaLeads, clock_).recordExchange(requisicao, resposta);
 }
 
 }  // namespace vornleads

@@ -11,6 +11,7 @@
 #include "vornleads/service/records_requests.h"
 #include "vornleads/text/codepage.h"
 #include "vornleads/text/datetime.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {
@@ -47,8 +48,19 @@ void TLeadsVWMetodosClass::validaLeadsProcessados() {
     lead.revenda = static_cast<int32_t>(link->FieldByName("REVENDA").asInteger());
     lead.codigoContato = static_cast<int32_t>(link->FieldByName("CONTATO").asInteger());
     lead.leadID = intake::TextoParaInteiro(id);
-    buscaParametrosCAC(lead);
-    marcaLeadComoRecebido(lead);
+    try {
+      buscaParametrosCAC(lead);
+      marcaLeadComoRecebido(lead);
+    } catch (const std::exception& erro) {
+      // The pass ends here, as before; its message says which lead and contact it stopped at.
+      const std::string mensagem =
+          "Recebimento do lead " + id + " (contato " + std::to_string(lead.empresa) + "." +
+          std::to_string(lead.revenda) + "." + std::to_string(lead.codigoContato) +
+          ") não confirmado\r\n" + boundedMessage(erro);
+      if (aoFalharLead) aoFalharLead(FalhaLead{id, lead.codigoContato, mensagem});
+      throw VornError(mensagem);
+    }
+    contagem_.confirmado(id);
   }
   leadsProcessados_.reset();
 }
@@ -69,9 +81,8 @@ void TLeadsVWMetodosClass::marcaLeadComoRecebido(TContatoLeadVW& Lead) {
   gravaLog(requisicao, resposta);
 
   retorno.AssignFromJSON(resposta);
-  if (!retorno.Status) throw VornError("Resposta do serviço de leads sem Status: " + resposta);
+  if (!retorno.Status) throw VornError("Resposta do serviço de leads sem Status: " + excerpt(resposta));
   if (retorno.Status->Codigo > 0) throw VornError(retorno.Status->Descricao);
-  ++totais_.confirmados;
 }
 
 void TLeadsVWMetodosClass::atualizaLead(TContatoLeadVW& Lead, int32_t codigoAtualizacao) {

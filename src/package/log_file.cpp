@@ -1,9 +1,11 @@
 #include "vornleads/package/log_file.h"
 
+#include <exception>
 #include <utility>
 
 #include "package/log_append.h"
 #include "vornleads/package/host_directory.h"
+#include "vornleads/package/log_failures.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads {
@@ -45,6 +47,18 @@ void LogFile::appendFacade(const std::string& funcao, const std::string& texto,
 void LogFile::appendExchange(const std::string& requisicao, const std::string& resposta) const {
   const TDateTime now = clock_->now();
   appendAt(now, exchangeLogEntry(now, requisicao, resposta));
+}
+
+std::optional<std::string> LogFile::recordExchange(const std::string& requisicao,
+                                                   const std::string& resposta) const {
+  try {
+    appendExchange(requisicao, resposta);
+  } catch (const std::exception& error) {
+    recordLogWriteFailure(error.what());
+    return std::string(error.what());
+  }
+  recordLogWriteSuccess();
+  return std::nullopt;
 }
 
 void LogFile::appendAt(TDateTime now, const std::string& entryText) const {

@@ -4,6 +4,7 @@
 
 #include "vornleads/error.h"
 #include "vornleads/text/datetime.h"
+#include "vornleads/text/text_cut.h"
 
 namespace vornleads {
 namespace {
@@ -157,7 +158,7 @@ TDateTime StrToDateTime(const std::string& text) { return StrToDateTime(text, re
 
 TDateTime StrToDateTime(const std::string& text, const FormatSettings& settings) {
   if (const auto value = scanDateTime(text, settings)) return *value;
-  throw ConversionError("\"" + text + "\" is not a valid date and time");
+  throw ConversionError("\"" + excerpt(text) + "\" is not a valid date and time");
 }
 
 }  // namespace vornleads

@@ -9,11 +9,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
 #include "apps/cli.h"
 #include "support/firebird_server.h"
+#include "vornleads/clock.h"
+#include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
 namespace {
@@ -248,9 +251,11 @@ TEST_F(CliServeTest, MetricsCountWhatTheSandboxSaw) {
     ++fetches;
   const double unsent = Json::parse(vornleads("updates --unsent --json").out).size();
   const std::pair<std::string, double> expected[] = {
-      {"vornleads_intake_leads_read_total", 4 + 5},
+      // Each lead once: 603 failed in all six cycles, 501 in the first (with its link).
+      {"vornleads_intake_leads_read_total", 4},
       {"vornleads_intake_leads_total{outcome=\"created\"}", 2},
-      {"vornleads_intake_leads_total{outcome=\"failed\"}", 2 + 5},
+      {"vornleads_intake_leads_total{outcome=\"failed\"}", 2},
+      {"vornleads_intake_lead_failed_attempts_total", 2 + 5},
       {"vornleads_intake_receipts_confirmed_total", confirmed},
       {"vornleads_intake_cycles_total{outcome=\"completed\"}", 6},
       {"vornleads_intake_cycles_total{outcome=\"failed\"}", 1},
@@ -271,7 +276,59 @@ TEST_F(CliServeTest, MetricsCountWhatTheSandboxSaw) {
   const auto health = get("/health");
   EXPECT_EQ(health.first, 503);
   EXPECT_NE(health.second.find("\"intake: failed at step 08: "), std::string::npos);
+  EXPECT_NE(health.second.find("\"intake: lead 603: Não foi possível incluir o lead 603 / "),
+            std::string::npos)
+      << health.second;
   stop(*process);
+}
+
+// A service that drops every status update, and a send log that cannot be written: the pass
+// says the rows were not sent (no rejection), names them, and the entries lost; /metrics and
+// /health tell the same, and the journal still holds both rows for the next pass.
+TEST_F(CliServeTest, DroppedUpdatesAndLostLogEntriesAreToldAsTheyAre) {
+  addLeadContact(10, 501, 3, false);  // the intake has nothing to fetch
+  addLeadContact(11, 502, 3, false);
+  for (int lead : {501, 502}) addUnsentRow(lead, 1, 10);
+  const auto sendLog =
+      home_.path() / ("logErroLeadsVW_" + FormatDateTime("yyyy_mm_dd", Now()) + ".txt");
+  std::filesystem::create_directory(sendLog);
+  sandbox_.fault({{"operation", "AtualizaLeads"}, {"mode", "drop"}, {"count", 2}});
+  const auto process = serve("600", "600", "0", true);
+  ASSERT_TRUE(logged(*process, " resend: 2 rows read")) << process->err();
+  const std::string m = get("/metrics").second;
+  const auto health = get("/health");
+  stop(*process);
+  std::filesystem::remove(sendLog);
+
+  const std::string err = process->err();
+  EXPECT_NE(err.find(" resend: 2 rows read, 0 sent, 0 rejected, 2 still unsent in "),
+            std::string::npos)
+      << err;
+  EXPECT_NE(err.find("; 2 log entries not written: Não foi possível gravar o arquivo"),
+            std::string::npos)
+      << err;
+  for (const char* row : {" resend: lead 501 (contato 1.1.10, sequência 1) not sent: ",
+                          " resend: lead 502 (contato 1.1.11, sequência 1) not sent: "})
+    EXPECT_NE(err.find(row), std::string::npos) << row << "\n" << err;
+  EXPECT_EQ(journal(501).substr(0, 8) + journal(502).substr(0, 8), "1 N 297 1 N 297 ");
+  EXPECT_EQ(sandbox_.updates().size(), 2u);
+  for (const auto& [name, value] : std::vector<std::pair<std::string, double>>{
+           {"vornleads_resend_updates_total{outcome=\"sent\"}", 0},
+           {"vornleads_resend_updates_total{outcome=\"rejected\"}", 0},
+           {"vornleads_resend_updates_total{outcome=\"unsent\"}", 2},
+           {"vornleads_log_write_failures_total", 2},
+           {"vornleads_journal_unsent_rows", 2}})
+    EXPECT_EQ(sample(m, name), value) << name;
+  EXPECT_EQ(health.first, 503);
+  const Json reasons = Json::parse(health.second)["reasons"];
+  EXPECT_NE(std::find(reasons.begin(), reasons.end(),
+                      "log: Não foi possível gravar o arquivo \"" + sendLog.string() +
+                          "\": Is a directory"),
+            reasons.end())
+      << health.second;
+  EXPECT_NE(health.second.find("\"resend: lead 501 (contato 1.1.10, sequência 1) not sent: "),
+            std::string::npos)
+      << health.second;
 }
 
 TEST_F(CliServeTest, StatusPortInUseEndsTheServiceAtStart) {

@@ -185,26 +185,56 @@ TEST_F(CliTest, ThreeProcessesOnTwoCompaniesAndAnAdoptedCustomerBase) {
             << " matched to old customers\n";
 }
 
+// A dropped connection leaves rows unsent, never rejected; each row not sent is named on
+// standard error; a rejection stays for the next pass; nothing is delivered twice.
 TEST_F(CliTest, ResendPassesUntilNothingIsLeft) {
   addLeadContact(10, 501);
   addLeadContact(11, 502);
-  addLeadContact(12, 503, 120);  // too old: switched off by the pass
+  addLeadContact(12, 503, 120);  // too old: switched off by the first pass
   for (int lead : {501, 502, 503}) addUnsentRow(lead, 1, 10);
-  sandbox_.fault({{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", 150}});
+  const Json drop = {{"operation", "AtualizaLeads"}, {"mode", "drop"}, {"count", 2}};
+  const Json reject = {{"operation", "AtualizaLeads"}, {"mode", "reject"}, {"codigo", 150}};
   // A resend notifies nobody; the last pass meets a row rescheduled too far ahead.
-  for (const auto& [read, exit, err] :
-       {std::tuple{"3 rows read, 1 sent, 1 rejected, 1", 0, ""},
-        {"1 rows read, 1 sent, 0 rejected, 0", 0, ""},
-        {"0 rows read, 0 sent, 0 rejected, 0", 0, ""},
-        {"1 rows read, 0 sent, 0 rejected, 1", 1,
-         "vornleads: Não é possível reagendar para um período maior que 6 meses\n"}}) {
-    if (exit) {
+  const struct {
+    Json fault;
+    std::string line;
+    int exit;
+    std::vector<std::string> err;  // what standard error says, in any order
+  } passes[] = {
+      {drop,
+       "3 rows read, 0 sent, 0 rejected, 3",
+       0,
+       {"lead 501 (contato 1.1.10, sequência 1) not sent: ",
+        "lead 502 (contato 1.1.11, sequência 1) not sent: ",
+        "lead 503 (contato 1.1.12, sequência 1) not sent: Este lead está fora do prazo"}},
+      {reject, "2 rows read, 1 sent, 1 rejected, 0", 0, {") rejected: "}},
+      {nullptr, "1 rows read, 1 sent, 0 rejected, 0", 0, {}},
+      {nullptr, "0 rows read, 0 sent, 0 rejected, 0", 0, {}},
+      {nullptr,
+       "1 rows read, 0 sent, 0 rejected, 1",
+       1,
+       {"vornleads: lead 504 (contato 1.1.13, sequência 1): Não é possível reagendar para um "
+        "período maior que 6 meses\n"}}};
+  for (const auto& pass : passes) {
+    SCOPED_TRACE(pass.line);
+    if (pass.exit) {
       EXPECT_EQ(journal(501) + journal(502) + journal(503), "1 S null \n1 S null \n1 N 297 \n");
-      EXPECT_EQ(sandbox_.updates().size(), 3u);
+      EXPECT_EQ(sandbox_.updates().size(), 5u) << "2 dropped, 1 rejected, 2 sent";
       addLeadContact(13, 504);
       addUnsentRow(504, 1, 9, "CURRENT_TIMESTAMP + 400");
     }
-    expectRun(vornleads("resend"), exit, "resend: " + std::string(read) + " still unsent\n", err);
+    if (!pass.fault.is_null()) sandbox_.fault(pass.fault);
+    const CliRun run = vornleads("resend");
+    EXPECT_EQ(run.status, pass.exit) << run.err;
+    EXPECT_EQ(run.out, "resend: " + pass.line + " still unsent\n");
+    for (const std::string& said : pass.err)
+      EXPECT_NE(run.err.find(said), std::string::npos) << run.err;
+    if (pass.err.empty()) {
+      EXPECT_EQ(run.err, "");
+    }
+    if (&pass == &passes[0]) {
+      EXPECT_EQ(journal(501).substr(0, 8) + journal(502).substr(0, 8), "1 N 297 1 N 297 ");
+    }
   }
 }
 
@@ -219,16 +249,25 @@ TEST_F(CliTest, UpdatesAnswerWithVWsReplyJournalOnceAndFailWithOne) {
       "usuário 99. Favor informar o CPF para continuar com a operação.";
   const std::string notice =
       ": Erro integração Leads VW: Erro ao enviar atualização de Lead VW para o contato 10\n";
+  const std::string update = "vornleads: update of lead 555 (contato 1.1.10)";
+  // A directory where today's send log should be: the entry is lost, the update is not.
+  const auto sendLog =
+      home_.path() / ("logErroLeadsVW_" + FormatDateTime("yyyy_mm_dd", Now()) + ".txt");
   const struct {
     std::string arguments;
     bool again;
-    Json fault;
+    Json fault;  // a sandbox fault, or "log" for a send log that cannot be written
     int status;
     std::string out, err, journal, received;
   } updates[] = {
       {"12 --status 10", false, nullptr, 0,
-       retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n", "", "1 S null \n",
-       "10 "},
+       retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n",
+       update + " sent, journal row 1\n", "1 S null \n", "10 "},
+      {"12 --status 10", false, "log", 0,
+       retorno(0, "Sucesso", "Status do lead 555 atualizado para 10") + "\n",
+       "vornleads: log entry not written: Não foi possível gravar o arquivo \"" + sendLog.string() +
+           "\": Is a directory\n" + update + " sent, journal row 1\n",
+       "1 S null \n", "10 "},
       // The same status again is not sent: the local answer, code 0.
       {"12 --status 10", true, nullptr, 0,
        R"({"Status":{"Codigo":0,"Descricao":"Contato não faz parte da integração",)"
@@ -244,17 +283,16 @@ TEST_F(CliTest, UpdatesAnswerWithVWsReplyJournalOnceAndFailWithOne) {
        1,
        retorno(208, "Lead encerrado na VW") + "\n",
        "vornleads: message to user 12" + notice + "vornleads: message to user 15" + notice +
-           "vornleads: update not accepted: código 208: Lead encerrado na VW\n",
+           update + " rejected by VW: código 208: Lead encerrado na VW\n",
        "1 N 208 Lead encerrado na VW\n",
        "10 "},
-      {"99 --status 10", false, nullptr, 1, "",
-       "vornleads: update journalled, not sent: " + noCpf + "\n", "1 N 297 " + noCpf + "\r\n\n",
-       ""},
+      {"99 --status 10", false, nullptr, 1, "", update + " journalled, not sent: " + noCpf + "\n",
+       "1 N 297 " + noCpf + "\r\n\n", ""},
       {"12 --status 9 --reagendamento '01/01/2099 10:00:00'", false, nullptr, 1, "",
-       "vornleads: Não é possível reagendar para um período maior que 6 meses\n", "", ""},
+       update + ": Não é possível reagendar para um período maior que 6 meses\n", "", ""},
       {"12 --status 1 --resend --sequencia 3 --data-atualizacao '14/03/2024 09:30:00'", false,
-       nullptr, 0, retorno(0, "Sucesso", "Status do lead 555 atualizado para 1") + "\n", "",
-       "3 S null \n", "\"14/03/2024 09:30:00\" "},
+       nullptr, 0, retorno(0, "Sucesso", "Status do lead 555 atualizado para 1") + "\n",
+       update + " sent, journal row 3\n", "3 S null \n", "\"14/03/2024 09:30:00\" "},
   };
   for (const auto& u : updates) {
     SCOPED_TRACE(u.arguments);
@@ -270,8 +308,13 @@ TEST_F(CliTest, UpdatesAnswerWithVWsReplyJournalOnceAndFailWithOne) {
           "CAST('2024-03-14 09:30:00' AS TIMESTAMP), 'N', 297, 12)");
     sandbox_.reset();
     sandbox_.addLeads({{{"IdLead", "555"}, {"DealerNumber", "01234"}}});
-    if (!u.fault.is_null()) sandbox_.fault(u.fault);
+    if (u.fault == "log") {
+      std::filesystem::create_directory(sendLog);
+    } else if (!u.fault.is_null()) {
+      sandbox_.fault(u.fault);
+    }
     expectRun(vornleads(kUpdate + u.arguments), u.status, u.out, u.err);
+    std::filesystem::remove(sendLog);
     EXPECT_EQ(journal(555), u.journal);
     std::string received;
     for (const auto& sent : sandbox_.updates())

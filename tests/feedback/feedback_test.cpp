@@ -12,6 +12,7 @@
 #include "feedback/feedback_fixture.h"
 #include "vornleads/error.h"
 #include "vornleads/package/host_directory.h"
+#include "vornleads/package/log_failures.h"
 
 namespace vornleads::test {
 namespace {
@@ -64,6 +65,32 @@ TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged)
                 R"({"Mensagem":"Status do lead )" +
                 std::to_string(lead) + R"( atualizado para 10","Retorno":"OK"}})" + "\r\n",
             readFile(logFile));
+}
+
+// A send log that cannot be written (a directory stands where the day's file should be)
+// changes no outcome: VW's acceptance is journalled delivered and never sent again, and the
+// lost entry is recorded for the host.
+TEST_F(FeedbackTest, SendLogThatCannotBeWrittenChangesNoOutcome) {
+  isolate();
+  const int32_t lead = newLead();
+  const auto logFile = home() / "logErroLeadsVW_2024_03_15.txt";
+  std::filesystem::remove(logFile);
+  std::filesystem::create_directory(logFile);
+  const uint64_t lost = logWriteFailureCount();
+  auto atualiza = worker(*db_);
+  auto parametros = updateOf(lead, 10);
+  const auto resposta = atualiza->realizaAtualizacao(parametros);
+  const auto resendido = resendPass(*db_);
+  std::filesystem::remove(logFile);
+  ASSERT_TRUE(resposta.has_value());
+  EXPECT_EQ(TAtualizaLeadsVW::Desfecho::Aceito, atualiza->desfecho());
+  EXPECT_EQ("12-", atualiza->sPbMensagemAtu());
+  EXPECT_EQ(Strings{std::string("1|10|S|-|") + kEntregue}, journal(*db_, lead));
+  EXPECT_EQ("0/0/0/0", resendido);
+  EXPECT_EQ(1u, updatesOf(lead).size());
+  EXPECT_EQ(1u, logWriteFailureCount() - lost);
+  ASSERT_TRUE(atualiza->falhaLogEnvio().has_value());
+  EXPECT_EQ(0u, atualiza->falhaLogEnvio()->rfind("Não foi possível gravar o arquivo \"", 0));
 }
 
 // Updates outside the integration (branch 1.31 has no parameters) are answered on the spot,
@@ -240,18 +267,23 @@ TEST_F(FeedbackTest, AcceptedUpdateMarksOnlyTheEarlierUnsentRowsOfItsLead) {
 }
 
 // Each failure of the service leaves the row unsent with the library edition's status 297
-// and the failure's text; the next pass delivers it once, and the pass after reads nothing.
+// and the failure's text: not sent, which is no rejection by VW, also when a resend pass meets
+// the failure again. The next pass delivers it once, and the pass after reads nothing.
 TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass) {
   isolate();
   for (const char* mode : {"drop", "malformed", "http500", "soapfault"}) {
     const int32_t lead = newLead();
-    sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", mode}});
+    sandbox().fault({{"operation", "AtualizaLeads"}, {"mode", mode}, {"count", 2}});
     auto parametros = updateOf(lead, 10);
-    const auto resposta = worker(*db_)->realizaAtualizacao(parametros);
+    auto atualiza = worker(*db_);
+    const auto resposta = atualiza->realizaAtualizacao(parametros);
     ASSERT_TRUE(resposta.has_value()) << mode;
     EXPECT_EQ(297, resposta->Status->Codigo);
+    EXPECT_EQ(TAtualizaLeadsVW::Desfecho::NaoEnviado, atualiza->desfecho());
     const std::string row = journal(*db_, lead).at(0);
     EXPECT_EQ(0u, row.rfind("1|10|N|297|" + resposta->Status->Descricao.substr(0, 20), 0)) << row;
+    EXPECT_EQ("1/0/0/1", resendPass(*db_)) << mode;
+    EXPECT_EQ("N", enviou(*db_, lead));
     EXPECT_EQ("1/1/0/0", resendPass(*db_));
     EXPECT_EQ(Strings{std::string("1|10|S|-|") + kEntregue}, journal(*db_, lead));
     const auto requests = updatesOf(lead).size();
@@ -332,11 +364,15 @@ TEST_F(FeedbackTest, ResendPassSendsWhatStillIntegratesAndLeavesTheRestAlone) {
   EXPECT_EQ("NNN", enviou(*db_, off) + enviou(*db_, old) + enviou(*db_, past));
   EXPECT_EQ(0u, updatesOf(off).size() + updatesOf(old).size() + updatesOf(past).size());
 
+  // The error that ends a pass names the row it stopped at.
   const int32_t far = newLead();
   appointment(far, "2024-12-01 09:00:00", "NULL");
-  EXPECT_EQ("Não é possível reagendar para um período maior que 6 meses",
+  const std::string row = "lead " + std::to_string(far) + " (contato 1.1." + std::to_string(far);
+  EXPECT_EQ(row + ", sequência 1): Não é possível reagendar para um período maior que 6 meses",
             failure([&] { resendPass(*db_); }));
-  EXPECT_EQ("Função IntegraLeadsVW não definida", failure([&] { resendPass(*db_, {}); }));
+  const std::string noBridge = failure([&] { resendPass(*db_, {}); });
+  EXPECT_EQ(0u, noBridge.rfind("lead ", 0)) << noBridge;
+  EXPECT_NE(std::string::npos, noBridge.find("): Função IntegraLeadsVW não definida")) << noBridge;
   EXPECT_EQ(Strings{"1|9|N|-|-|12|10/03/2024 09:00:00|01/12/2024 09:00:00"}, journal(*db_, far));
   EXPECT_TRUE(updatesOf(far).empty());
   db_->execute("UPDATE CAC_PARAMETRO SET UTILIZA_INTEGRACAO_LEADVW = 'N'");

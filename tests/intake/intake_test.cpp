@@ -3,12 +3,14 @@
 // leads and their contacts, customers), and the lookups and conversions on the fake database.
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "intake/conversoes.h"
 #include "intake/intake_harness.h"
 #include "vornleads/intake/fecha_contato.h"
+#include "vornleads/package/log_failures.h"
 #include "vornleads/package/log_file.h"
 
 namespace vornleads::test {
@@ -74,8 +76,10 @@ TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
   EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
   EXPECT_EQ(host_->waits, std::vector<int>(6, 1500));
   const TotaisIntake& t = worker_->totais();
-  EXPECT_EQ((std::vector<int>{6, 6, 6, 0}),
-            (std::vector<int>{worker_->qtdErros(), t.ciclos, t.falhas, t.contatosCriados}));
+  // One failed lead, whatever the number of cycles it failed in.
+  EXPECT_EQ((std::vector<int>{6, 6, 1, 1, 6, 0}),
+            (std::vector<int>{worker_->qtdErros(), t.ciclos, t.leadsLidos, t.falhas,
+                              t.tentativasFalhas, t.contatosCriados}));
   EXPECT_EQ(worker_->sPbPasso(), "08");
   EXPECT_TRUE(confirmedLeads().empty());
 }
@@ -91,7 +95,8 @@ TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
   EXPECT_EQ(cycle(), kReinicio);
   EXPECT_EQ(count("CAC_CONTATO"), 1);
   EXPECT_EQ(confirmedLeads(), Strings{"5030"});
-  EXPECT_NE(logText().find("Requisição: \r\n\r\n\r\nResposta:\r\nLead já recebido\r\n"),
+  EXPECT_NE(logText().find("Requisição: \r\n\r\n\r\nResposta:\r\nRecebimento do lead 5030 "
+                           "(contato 1.1.1) não confirmado\r\nLead já recebido\r\n"),
             std::string::npos);
 }
 
@@ -162,10 +167,12 @@ TEST_F(IntakeTest, ReceiptNeedsABridgeAndAnAnswerWithAStatus) {
   EXPECT_EQ(0, worker_->totais().confirmados);
 }
 
-// A lead that cannot be taken in is rolled back whole and logged, and every other lead of the
-// cycle is created and confirmed; SQL, XML and JSON syntax in a lead's text is stored as sent
-// (the name in upper case, without quotes).
-TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
+// A lead that cannot be taken in is rolled back whole and logged naming the lead (its number,
+// else its place in the reply) and the member, and every other lead of the cycle is created
+// and confirmed: members of the wrong JSON type, missing or unconvertible, database refusals.
+// SQL, XML and JSON syntax in a lead's text is stored as sent (the name in upper case, without
+// quotes). The counts take each lead once, its failed cycles apart.
+TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
   // A second dealership whose number was stored without its leading zero: its leads are asked
   // for, but the number is looked up padded ('04321') and not found.
   execute("INSERT INTO GER_REVENDA (EMPRESA, REVENDA, NOME_FANTASIA) VALUES (2, 1, 'Filial')");
@@ -178,23 +185,43 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
       "CREATE EXCEPTION E_RECUSADO 'Interesse recusado pelo banco';\nSET TERM ^ ;\n"
       "CREATE TRIGGER T_RECUSADO FOR CAC_INTERESSE BEFORE INSERT AS\nBEGIN\n"
       "  IF (NEW.PRECO = 13.13) THEN EXCEPTION E_RECUSADO;\nEND^\nSET TERM ; ^\n");
-  const std::string falha = "Não foi possível incluir o lead ";
+  const auto falha = [](const std::string& id) {
+    return "Não foi possível incluir o lead " + id + "\r\n";
+  };
+  const std::string item = " of TItemBuscaLeadsClass must be ";
+  const std::string email(102400, 'e');
   const std::vector<std::pair<Json, std::string>> failing = {
-      {leadItem("70O2"), "\"70O2\" is not a valid integer value\r\n"},
-      {leadItem("7004", {{"DataIntencao", ""}}), "\"\" is not a valid date and time\r\n"},
+      {leadItem("70O2"),
+       "Não foi possível incluir o lead da posição 2 da resposta (IdLead "
+       "\"70O2\")\r\nCampo IdLead: \"70O2\" is not a valid integer value\r\n"},
+      {leadItem("7004", {{"DataIntencao", ""}}),
+       falha("7004") + "Campo DataIntencao: \"\" is not a valid date and time\r\n"},
       {leadItem("7006", {{"DataIntencao", "31/02/2025 10:00:00"}}),
-       "\"31/02/2025 10:00:00\" is not a valid date and time\r\n"},
+       falha("7006") + "Campo DataIntencao: \"31/02/2025 10:00:00\" is not a valid date and time"},
       {leadItem("7008", {{"DealerNumber", "4321"}}),
-       falha + "7008\r\nDN 4321 não encontrado no banco de dados\r\n"},
-      {leadItem("7010", {{"Origem", std::string(101, 'x')}}), ""},
-      {leadItem("7016", {{"Nome", std::string(10240, 'N')}}), ""},
-      {leadItem("7018", {{"Mensagem", std::string(10240, 'M')}}), ""},
+       falha("7008") + "DN 4321 não encontrado no banco de dados\r\n"},
+      {leadItem("7010", {{"Origem", std::string(101, 'x')}}), falha("7010")},
+      {leadItem("7016", {{"Nome", std::string(10240, 'N')}}), falha("7016")},
+      {leadItem("7018", {{"Mensagem", std::string(10240, 'M')}}), falha("7018")},
       {leadItem("7020", {{"Nome", std::string("Ana\0", 4)}}),
-       falha + "7020\r\nO campo Nome contém o caractere nulo (código 0), que o banco de dados "
-               "não grava\r\n"},
-      {leadItem("7012", {{"Preco", "13,13"}}), ""},
+       falha("7020") + "O campo Nome contém o caractere nulo (código 0), que o banco de dados "
+                       "não grava\r\n"},
+      {leadItem("7012", {{"Preco", "13,13"}}), falha("7012")},
       {leadItem("7014", {{"Preco", "R$ 1.000,00"}}),
-       "\"R$ 1.000,00\" is not a valid floating point value\r\n"}};
+       falha("7014") + "Campo Preco: \"R$ 1.000,00\" is not a valid floating point value\r\n"},
+      {leadItem("7022", {{"Telefone", "abc"}}),
+       falha("7022") + "JSON member \"Telefone\"" + item + "a number\r\n"},
+      {leadItem("7024", {{"Ddd", {{"codigo", 11}}}}),
+       falha("7024") + "JSON member \"Ddd\"" + item + "a number\r\n"},
+      {leadItem("7026", {{"Nome", 42}}),
+       falha("7026") + "JSON member \"Nome\"" + item + "text\r\n"},
+      {leadItem("7028", {{"Status", "1"}}),
+       falha("7028") + "JSON member \"Status\"" + item + "a number\r\n"},
+      {leadItem("7030", {{"Telefone", 1e12}}),
+       falha("7030") + "Campo Telefone: \"1000000000000\" is not a valid integer value\r\n"},
+      {leadItem("7032", {{"DataIntencao", nullptr}}),
+       falha("7032") + "Campo DataIntencao: \"\" is not a valid date and time\r\n"},
+      {leadItem("7034", {{"Email", email}}), falha("7034")}};
   const std::string awkward = "'\\;');-- /*x*/<a>&amp;</a>\"\n\t\\u00e9";
   Json items = Json::array();
   Strings good;
@@ -225,6 +252,11 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
                 "|CONTATO CRIADO A PARTIR DE LEAD VW\r\nMODELO: " + awkward +
                 "\r\nTELEFONE: 11-900007003\r\nE-MAIL: 7003" + awkward + "|" + awkward +
                 "|7003');--");
+  const TotaisIntake t = worker_->totais();
+  const int bad = static_cast<int>(failing.size());
+  EXPECT_EQ((std::vector<int>{6, bad * 2, bad, bad, bad, bad * 6}),
+            (std::vector<int>{t.ciclos, t.leadsLidos, t.contatosCriados, t.confirmados, t.falhas,
+                              t.tentativasFalhas}));
   const std::string log = logText();
   for (const auto& [bad, message] : failing)
     EXPECT_NE(log.find("Requisição: \r\n\r\n\r\nResposta:\r\n" + message), std::string::npos)
@@ -232,6 +264,50 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneAndAwkwardTextIsStoredAsSent) {
   for (const char* logged : {"Interesse recusado pelo banco", "SQL: INSERT INTO CAC_INTERESSE",
                              "SQL: INSERT INTO CAC_LEAD_CONTATO"})
     EXPECT_NE(log.find(logged), std::string::npos) << logged;
+  // The huge e-mail is quoted as an excerpt: its failure does not grow the log by its size.
+  const size_t entry = log.find("Resposta:\r\n" + falha("7034"));
+  ASSERT_NE(entry, std::string::npos);
+  const std::string failure = log.substr(entry, log.find(logSeparator(), entry) - entry);
+  EXPECT_LT(failure.size(), 9000u) << failure.substr(0, 300);
+}
+
+// Items that cannot even name their lead are named by their place in the reply; an item
+// whose identifier is a number is named by it. The other leads of the reply go in.
+TEST_F(IntakeTest, ItemsWithoutAUsableIdAreNamedByTheirPosition) {
+  const Json reply = {{"Status", {{"Codigo", 0}, {"Descricao", "Sucesso"}}},
+                      {"Leads",
+                       {leadItem("7101"), 5, leadItem("x", {{"IdLead", {{"n", 1}}}}),
+                        leadItem("7104", {{"IdLead", 7104}})}}};
+  newWorker().IntegraLeadsVW = [&](int32_t servico, const AnsiString&) -> AnsiString {
+    return servico == 4 ? reply.dump() : kSucesso + R"("Retorno":null})";
+  };
+  std::vector<std::string> reported;
+  worker_->aoFalharLead = [&](const FalhaLead& f) { reported.push_back(f.idLead); };
+  EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
+  EXPECT_EQ(row("SELECT ID_LEAD_VW FROM CAC_LEAD_CONTATO"), "7101");
+  EXPECT_EQ(Strings({"posição 2", "posição 3", "7104"}),
+            Strings(reported.begin(), reported.begin() + 3));
+  const std::string log = logText();
+  const std::string head = "Resposta:\r\nNão foi possível incluir o lead ";
+  for (const std::string& message :
+       {head + "da posição 2 da resposta\r\nJSON for TItemBuscaLeadsClass must be an object",
+        head + "da posição 3 da resposta\r\nJSON member \"IdLead\" of TItemBuscaLeadsClass",
+        head + "7104\r\nJSON member \"IdLead\" of TItemBuscaLeadsClass must be text"})
+    EXPECT_NE(log.find(message), std::string::npos) << message;
+}
+
+// A log that cannot be written (here a directory stands where the day's file should be)
+// changes nothing: the leads go in and are confirmed, and each lost entry is recorded.
+TEST_F(IntakeTest, LogThatCannotBeWrittenChangesNothing) {
+  std::filesystem::create_directory(LogFile(kLogBuscaLeads, clock_).pathFor(testNow()));
+  sandbox().addLeads(Json::array({leadItem("7201"), leadItem("7202")}));
+  const uint64_t lost = logWriteFailureCount();
+  EXPECT_EQ(cycle(), "no error");
+  EXPECT_EQ(count("CAC_LEAD_CONTATO"), 2);
+  EXPECT_EQ(confirmedLeads(), Strings({"7201", "7202"}));
+  EXPECT_EQ(logWriteFailureCount() - lost, 3u) << "the fetch and two receipts";
+  ASSERT_TRUE(currentLogWriteFailure().has_value());
+  EXPECT_EQ(currentLogWriteFailure()->rfind("Não foi possível gravar o arquivo \"", 0), 0u);
 }
 
 // A linked lead's status: 0 moves its contact to the new intended date, 1 and 9 keep it,

@@ -12,9 +12,10 @@
 // With a RunControl (setRunControl), each row is reported before it is sent, and a stop
 // request ends the pass before the next row: the row in hand is sent and journalled first.
 //
-// Errors: nothing is caught here. A worker's exception (no bridge, a preparation failure such
-// as a rescheduling now more than six months ahead, a database error) ends the whole pass and
-// reaches the caller, after the worker and the datasets are released. Failures while sending
+// Errors: nothing is swallowed here. A worker's exception (no bridge, a preparation failure
+// such as a rescheduling now more than six months ahead, a database error) ends the whole pass
+// and reaches the caller as VornError "lead <id> (contato <e.r.c>, sequência <n>): <message>",
+// after the worker and the datasets are released. Failures while sending
 // are journalled on the row by the worker and do not end the pass.
 //
 // Ownership: the object owns its connection wrapper; the connection and the bridge's target
@@ -22,7 +23,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "vornleads/clock.h"
 #include "vornleads/data/conexao_simplificada.h"
@@ -32,9 +35,11 @@
 
 namespace vornleads {
 
-// What one pass did with the rows it read, counted from each worker's outcome: accepted by
-// VW, rejected by it (reply code above 0), or left unsent for any other reason (send failure,
-// no CPF, a lead now out of the integration). Counted, not acted upon.
+// What one pass did with the rows it read, counted from each worker's outcome: sent (VW
+// accepted it), rejected (VW answered and refused it), or unsent (it did not reach VW: a
+// transport failure or service fault, a local answer, no CPF, a lead now out of the
+// integration, an error that ended the pass). Every row read is counted once. Counted, not
+// acted upon.
 struct ResendSummary {
   int rowsRead = 0;
   int sent = 0;
@@ -55,6 +60,9 @@ class TAtualizaLeadsNaoEnviados {
   void setClock(std::shared_ptr<Clock> clock);
   // Progress reports and stop requests (default: unattendedRun()).
   void setRunControl(std::shared_ptr<RunControl> control);
+  // Called for every row that was rejected or not sent, with one line naming the lead, the
+  // contact and the journal sequence and saying why; may be empty.
+  std::function<void(const std::string& linha)> aoFalharLinha;
 
   // The whole pass over every integrated company/branch.
   void iniciaAtualizacao();

@@ -67,6 +67,18 @@ class TAtualizaLeadsVW {
   // the update was not sent (empty when it was).
   const std::string& sPbMensagemAtu() const { return sPbMensagemAtu_; }
 
+  // What became of the update, after realizaAtualizacao:
+  // - Aceito: VW accepted it (Codigo <= 0); its journal row is "S".
+  // - Recusado: VW answered and refused it (Codigo > 0); the row keeps VW's code and text.
+  // - NaoEnviado: it did not reach VW: answered locally, not allowed (CPF, library), or the
+  //   call failed (transport, service fault: the library edition then answers with its own
+  //   status envelope, which is no answer of VW's), or it failed while being sent.
+  enum class Desfecho { NaoEnviado, Aceito, Recusado };
+  Desfecho desfecho() const;
+  // Why the send log entry could not be written, when it could not; the update went on as if
+  // it had been (the failure is also recorded in <vornleads/package/log_failures.h>).
+  const std::optional<std::string>& falhaLogEnvio() const { return falhaLogEnvio_; }
+
   // State after realizaAtualizacao, for the caller's diagnostics.
   bool usaIntegracao() const { return usaIntegracao_; }
   bool realizaEnvio() const { return realizaEnvio_; }
@@ -107,6 +119,9 @@ class TAtualizaLeadsVW {
   bool realizaEnvio_ = false;
   std::string sPbMensagemAtu_;
   std::shared_ptr<Clock> clock_;
+  bool respostaDaVW_ = false;  // the reply came from the service, not from the library itself
+  bool enviado_ = false;       // the send stage ended with VW's reply in hand
+  std::optional<std::string> falhaLogEnvio_;
 };
 
 }  // namespace vornleads

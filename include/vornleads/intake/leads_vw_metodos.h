@@ -48,29 +48,21 @@
 #include "vornleads/data/client_dataset.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/sql_connection.h"
+#include "vornleads/intake/totais_intake.h"
 #include "vornleads/run_control.h"
+#include "vornleads/service/lead_items_reply.h"
 #include "vornleads/service/records_replies.h"
 #include "vornleads/service/records_working.h"
 #include "vornleads/types.h"
 
 namespace vornleads {
 
-// What one top-level buscarLeads did, summed over its repeated cycles. Only leads whose
-// transaction was committed count as created, linked, revised or closed.
-struct TotaisIntake {
-  int32_t ciclos = 0;           // cycles run (1 + repetitions)
-  int32_t revendas = 0;         // dealer numbers asked for
-  int32_t leadsLidos = 0;       // leads in the service's replies
-  int32_t contatosCriados = 0;  // new CAC_CONTATO rows
-  int32_t vinculados = 0;       // leads linked to a contact already scheduled for their date
-  int32_t revisados = 0;        // already linked leads whose contact was kept or updated
-  int32_t encerrados = 0;       // already linked leads whose contact was closed
-  int32_t falhas = 0;           // leads rolled back
-  int32_t confirmados = 0;      // receipts accepted by VW
+// A lead that failed, as the worker reports it to its host (aoFalharLead).
+struct FalhaLead {
+  std::string idLead;    // the IdLead text of the reply, or "posição N" when it has none
+  int32_t contato = 0;   // the lead's CRM contact, 0 when it has none yet
+  std::string mensagem;  // what the intake log holds for it
 };
-
-// The counts gained from `antes` to `depois` (revendas: the later value, it is not a sum).
-TotaisIntake diferencaTotais(const TotaisIntake& depois, const TotaisIntake& antes);
 
 class TLeadsVWMetodosClass {
  public:
@@ -91,6 +83,8 @@ class TLeadsVWMetodosClass {
   void setRunControl(std::shared_ptr<RunControl> control);
   // Called at the end of every cycle with that cycle's own counts; may be empty.
   std::function<void(const TotaisIntake& ciclo)> aoFimDoCiclo;
+  // Called for every lead that fails, after its rollback and its log entry; may be empty.
+  std::function<void(const FalhaLead& falha)> aoFalharLead;
 
   // --- fetch cycle ------------------------------------------------------------------------
   void buscarLeads();
@@ -102,7 +96,11 @@ class TLeadsVWMetodosClass {
   // true when it is to be repeated (after the pause). Raises the restart message when the
   // failed cycles pass five.
   bool verificaLeads(const TRetornoBuscaLeadsClass& Retorno);
-  // One intake log entry.
+  // The same for a reply read item by item: each item is mapped inside its lead's own trap,
+  // so an item whose members have the wrong type fails that lead alone.
+  bool verificaLeads(const LeadItemsReply& Retorno);
+  // One intake log entry. A log that cannot be written changes nothing of the cycle: the
+  // failure is recorded for the host (<vornleads/package/log_failures.h>), not raised.
   void gravaLog(const std::string& requisicao, const std::string& resposta);
 
   // --- one lead ---------------------------------------------------------------------------
@@ -157,20 +155,22 @@ class TLeadsVWMetodosClass {
   const std::optional<std::vector<std::string>>& leadsProcessados() const {
     return leadsProcessados_;
   }
-  const TotaisIntake& totais() const { return totais_; }
+  // Every cycle of the call so far, each lead counted once (see TotaisIntake).
+  TotaisIntake totais() const { return contagem_.total(); }
   // The counts of the cycle in hand, or of the last one when none is running.
-  TotaisIntake totaisDoCiclo() const { return diferencaTotais(totais_, inicioCiclo_); }
+  const TotaisIntake& totaisDoCiclo() const { return contagem_.ciclo(); }
   // True when a stop request ended the call before its work was done.
   bool interrompido() const { return interrompido_; }
   TConexaoSimplificada& conexao() { return conexao_; }
 
  private:
-  enum class Desfecho { Nenhum, Criado, Vinculado, Revisado, Encerrado };
+  using Desfecho = DesfechoLead;
 
   // Steps 1 to 11 of one cycle; true when the cycle is to be repeated.
   bool cicloBusca();
-  void trataLead(const TItemBuscaLeadsClass& item);
-  void contaDesfecho();
+  void trataLead(const LeadItemText& item, int posicao);
+  // The message of a failed lead as logged: headed by the lead it concerns, bounded in length.
+  std::string mensagemFalha(const std::string& erro, const LeadItemText& item, int posicao) const;
   void incluiInteresse(const TContatoLeadVW& lead);
   void incluiMensagem(const TContatoLeadVW& lead);
   TDateTime agora() const { return clock_->now(); }
@@ -187,8 +187,7 @@ class TLeadsVWMetodosClass {
   std::shared_ptr<Pause> pause_;
   std::shared_ptr<RunControl> control_;
   int intervaloRepeticao_ = 30000;
-  TotaisIntake totais_;
-  TotaisIntake inicioCiclo_;
+  ContagemLeads contagem_;
   bool interrompido_ = false;
   Desfecho desfecho_ = Desfecho::Nenhum;  // of the lead being handled
 };

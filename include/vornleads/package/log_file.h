@@ -21,6 +21,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "vornleads/clock.h"
@@ -63,6 +64,12 @@ class LogFile {
   void appendFacade(const std::string& funcao, const std::string& texto,
                     const std::string& situacao) const;
   void appendExchange(const std::string& requisicao, const std::string& resposta) const;
+
+  // The exchange entry for a worker whose work must not depend on its log: a file that cannot
+  // be written is not raised but recorded (<vornleads/package/log_failures.h>) and its message
+  // returned; nullopt when the entry was written.
+  std::optional<std::string> recordExchange(const std::string& requisicao,
+                                            const std::string& resposta) const;
 
   const Clock& clock() const { return *clock_; }
 
