@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -96,9 +97,11 @@ std::vector<std::string> rejectedStatements(const std::vector<DialectStatement>&
     std::ofstream out(input.path());
     out << batch.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   }
-  const std::string command = std::string("'") + VORNLEADS_SQL_CHECK_PYTHON + "' '" +
-                              VORNLEADS_SOURCE_DIR + "/tests/support/sql_dialect_check.py' < '" +
-                              input.path() + "' 2> '" + errors.path() + "'";
+  const char* python = std::getenv("VORNLEADS_SQL_CHECK_PYTHON");
+  const std::string command = std::string("'") + (python ? python : VORNLEADS_SQL_CHECK_PYTHON) +
+                              "' '" + VORNLEADS_SOURCE_DIR +
+                              "/tests/support/sql_dialect_check.py' < '" + input.path() + "' 2> '" +
+                              errors.path() + "'";
   std::unique_ptr<FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
   if (!pipe) throw std::runtime_error("sql dialect check: cannot run " + command);
   std::string output;

@@ -5,7 +5,9 @@
 // of each test the statements collected during it go in one batch through
 // tests/support/sql_dialect_check.py (sqlglot, dialects "tsql" and "oracle"); each statement it
 // rejects fails that test with the parser's reason. When the checker cannot run (python3 or
-// python3-sqlglot missing) the test fails too: the check is never skipped.
+// python3-sqlglot missing) the test fails too: the check is never skipped. The interpreter is
+// the one CMake was told (VORNLEADS_SQL_CHECK_PYTHON), or the environment's
+// VORNLEADS_SQL_CHECK_PYTHON when set.
 #pragma once
 
 #include <string>
