@@ -1,9 +1,10 @@
 // Intake throughput: one intake cycle (TLeadsVWMetodosClass::buscarLeads through the library
-// edition and the sandbox on loopback) over 1,000 and 10,000 new leads into a fresh embedded
-// Firebird database, beside the very same SQL statements (recorded during the cycle, with
-// their transactions) replayed directly on another fresh database.
+// edition and the sandbox on loopback) over 1,000 and 5,000 new leads into a fresh embedded
+// Firebird database, beside the very same SQL statements (recorded during the cycle with their
+// transactions, those of the record counters on the connection's autonomous() included: all the
+// SQL an intake must run) replayed directly on another fresh database.
 //
-//   intake_bench [--sizes 1000,10000] [--bin DIR] [--async] [--home DIR]
+//   intake_bench [--sizes 1000,5000] [--bin DIR] [--async] [--home DIR]
 //       --sizes: lead counts; --bin: the directory holding vornleads-sandbox and VornLeadsVW.dll
 //       (default ../bin beside this program); --async: the databases write asynchronously
 //       (gfix -write async) instead of the default forced writes, which on most disks make each
@@ -12,8 +13,10 @@
 //       databases in a scratch directory under TMPDIR
 //
 // Printed per size: leads per second, the time split (bridge calls, SQL, the rest), the ratio
-// of the intake's time per lead to the direct statements' (target <= 1.5); at the end the
-// ratio of time per lead between the largest and the smallest size (target <= 1.1).
+// of the intake's time per lead to the direct statements' (target <= 1.2), and the transactions
+// the database started per lead on each side (Firebird's own count: every one a commit at the
+// disk with forced writes); at the end the ratio of time per lead between the largest and the
+// smallest size (target <= 1.1).
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -35,6 +38,7 @@
 #include <vector>
 
 #include "bench_support.h"
+#include "statement_recorder.h"
 #include "vornleads/data/aplicacao.h"
 #include "vornleads/data/schema.h"
 #include "vornleads/data/sql_connection.h"
@@ -44,126 +48,13 @@
 namespace {
 
 namespace fs = std::filesystem;
-using bench_support::ScratchDir;
+using bench_support::RecordingForwarder;
 using bench_support::Sandbox;
-using Steady = std::chrono::steady_clock;
-
-double since(Steady::time_point start) {
-  return std::chrono::duration<double>(Steady::now() - start).count();
-}
-
-// Forwards to a real connection, keeping every statement and transaction word in order and the
-// time spent in the database.
-class RecordingForwarder : public vornleads::SqlConnection {
- public:
-  enum class Kind { Query, Execute, Begin, Commit, Rollback };
-  struct Step {
-    Kind kind;
-    std::string sql;
-  };
-
-  explicit RecordingForwarder(vornleads::SqlConnection& target) : target_(target) {}
-
-  std::string driverName() const override { return target_.driverName(); }
-  vornleads::SqlRowSet query(const std::string& sql) override {
-    steps_.push_back({Kind::Query, sql});
-    const auto start = Steady::now();
-    auto rows = target_.query(sql);
-    seconds_ += since(start);
-    return rows;
-  }
-  int64_t execute(const std::string& sql) override {
-    steps_.push_back({Kind::Execute, sql});
-    const auto start = Steady::now();
-    const int64_t affected = target_.execute(sql);
-    seconds_ += since(start);
-    return affected;
-  }
-  void beginTransaction() override {
-    timed(Kind::Begin, [this] { target_.beginTransaction(); });
-  }
-  void commit() override {
-    timed(Kind::Commit, [this] { target_.commit(); });
-  }
-  void rollback() override {
-    timed(Kind::Rollback, [this] { target_.rollback(); });
-  }
-  bool inTransaction() const override { return target_.inTransaction(); }
-  std::vector<std::string> primaryKey(const std::string& table) override {
-    return target_.primaryKey(table);
-  }
-  vornleads::SqlConnection& autonomous() override { return target_.autonomous(); }
-
-  const std::vector<Step>& steps() const { return steps_; }
-  double seconds() const { return seconds_; }
-
- private:
-  template <typename Call>
-  void timed(Kind kind, Call call) {
-    steps_.push_back({kind, ""});
-    const auto start = Steady::now();
-    call();
-    seconds_ += since(start);
-  }
-
-  vornleads::SqlConnection& target_;
-  std::vector<Step> steps_;
-  double seconds_ = 0;
-};
-
-// The time of each kind of statement: its text up to the first value that varies per lead.
-struct Shape {
-  std::string text;
-  int count = 0;
-  double seconds = 0;
-};
-
-std::string shapeOf(const RecordingForwarder::Step& step) {
-  using Kind = RecordingForwarder::Kind;
-  switch (step.kind) {
-    case Kind::Begin:
-      return "(begin)";
-    case Kind::Commit:
-      return "(commit)";
-    case Kind::Rollback:
-      return "(rollback)";
-    default:
-      break;
-  }
-  const size_t cut = step.sql.find_first_of("0123456789'(");
-  return step.sql.substr(0, std::min<size_t>(cut == std::string::npos ? step.sql.size() : cut, 70));
-}
-
-double replay(vornleads::SqlConnection& db, const std::vector<RecordingForwarder::Step>& steps,
-              std::map<std::string, Shape>& shapes) {
-  using Kind = RecordingForwarder::Kind;
-  const auto start = Steady::now();
-  for (const auto& step : steps) {
-    const auto stepStart = Steady::now();
-    switch (step.kind) {
-      case Kind::Query:
-        db.query(step.sql);
-        break;
-      case Kind::Execute:
-        db.execute(step.sql);
-        break;
-      case Kind::Begin:
-        db.beginTransaction();
-        break;
-      case Kind::Commit:
-        db.commit();
-        break;
-      case Kind::Rollback:
-        db.rollback();
-        break;
-    }
-    Shape& shape = shapes[shapeOf(step)];
-    shape.text = shapeOf(step);
-    ++shape.count;
-    shape.seconds += since(stepStart);
-  }
-  return since(start);
-}
+using bench_support::ScratchDir;
+using bench_support::Shape;
+using bench_support::since;
+using bench_support::Steady;
+using bench_support::transactionsStarted;
 
 // `count` new leads of dealer number `dealer`, each with a customer of its own.
 void writeLeads(std::ostream& out, int first, int count, const std::string& dealer) {
@@ -184,6 +75,9 @@ struct Run {
   double bridge = 0;
   double sql = 0;
   double direct = 0;
+  int64_t intakeCommits = 0;   // transactions the database started during the intake
+  int64_t directCommits = 0;   // and during the replay
+  int64_t writingCommits = 0;  // of the recorded transactions that wrote (both sides alike)
   std::map<std::string, Shape> shapes;  // of the direct replay
 };
 
@@ -219,10 +113,12 @@ Run measure(const fs::path& dir, const vornleads::TIntegraLeadsVW& bridge, int l
     run.bridge += since(start);
     return reply;
   };
+  const int64_t before = transactionsStarted(*db);
   const auto start = Steady::now();
   worker.buscarLeads();
   run.intake = since(start);
-  run.sql = recorder.seconds();
+  run.intakeCommits = transactionsStarted(*db) - before - 1;
+  run.sql = recorder.recording().seconds;
   const auto& totais = worker.totais();
   if (totais.contatosCriados != leads || totais.confirmados != leads || totais.falhas != 0) {
     throw std::runtime_error("dealer " + dealer + ": " + std::to_string(totais.contatosCriados) +
@@ -231,7 +127,10 @@ Run measure(const fs::path& dir, const vornleads::TIntegraLeadsVW& bridge, int l
   }
 
   auto direct = freshDatabase(dir / ("direct-" + dealer + ".fdb"), dealer);
-  run.direct = replay(*direct, recorder.steps(), run.shapes);
+  const int64_t directBefore = transactionsStarted(*direct);
+  run.direct = bench_support::replay(*direct, recorder.recording().steps, run.shapes);
+  run.directCommits = transactionsStarted(*direct) - directBefore - 1;
+  run.writingCommits = bench_support::writingCommits(recorder.recording().steps);
   return run;
 }
 
@@ -252,7 +151,7 @@ std::vector<int> parseSizes(const std::string& text) {
 
 int main(int argc, char** argv) {
   try {
-    std::string sizesText = "1000,10000";
+    std::string sizesText = "1000,5000";
     fs::path binDir = fs::read_symlink("/proc/self/exe").parent_path() / ".." / "bin";
     fs::path homeParent;
     for (int i = 1; i < argc; ++i) {
@@ -301,21 +200,25 @@ int main(int argc, char** argv) {
     const vornleads::TIntegraLeadsVW bridge = library.bind();
 
     measure(scratch.path(), bridge, kWarmUp, "20000");
-    std::printf("%8s %10s %10s %10s %10s %10s %10s %8s\n", "leads", "intake s", "leads/s",
-                "bridge ms", "sql ms", "other ms", "direct ms", "ratio");
+    std::printf("%8s %10s %10s %10s %10s %10s %10s %8s %8s %8s %8s\n", "leads", "intake s",
+                "leads/s", "bridge ms", "sql ms", "other ms", "direct ms", "ratio", "tx", "tx dir",
+                "writes");
     std::vector<Run> runs;
     for (size_t i = 0; i < sizes.size(); ++i) {
       const Run run = measure(scratch.path(), bridge, sizes[i], std::to_string(20001 + i));
       runs.push_back(run);
       const double n = run.leads;
-      std::printf("%8d %10.2f %10.1f %10.3f %10.3f %10.3f %10.3f %8.2f\n", run.leads, run.intake,
-                  n / run.intake, 1000 * run.bridge / n, 1000 * run.sql / n,
+      std::printf("%8d %10.2f %10.1f %10.3f %10.3f %10.3f %10.3f %8.2f %8.2f %8.2f %8.2f\n",
+                  run.leads, run.intake, n / run.intake, 1000 * run.bridge / n, 1000 * run.sql / n,
                   1000 * (run.intake - run.bridge - run.sql) / n, 1000 * run.direct / n,
-                  run.intake / run.direct);
+                  run.intake / run.direct, run.intakeCommits / n, run.directCommits / n,
+                  run.writingCommits / n);
     }
     std::printf(
-        "(per lead: bridge = fetch and receipt through the library edition and the "
-        "sandbox; sql = the intake's statements; direct = the same statements replayed)\n");
+        "(per lead: bridge = fetch and receipt through the library edition and the sandbox; sql = "
+        "the intake's statements; direct = the same statements replayed; tx, tx dir = "
+        "transactions the database started per lead, each one a commit, intake and direct; "
+        "writes = commits of the transactions that wrote, per lead, both sides)\n");
     // Where the time of the largest size goes, statement kind by statement kind.
     const Run& largest = runs.back();
     std::vector<Shape> shapes;

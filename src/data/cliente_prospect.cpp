@@ -40,10 +40,12 @@ int32_t GravaClienteProspect(SqlConnection& connection, TDateTime data, int32_t 
                              const std::string& endereco, const std::string& numeroEndereco,
                              const std::string& complemento, const std::string& bairro,
                              const std::string& cidade, const std::string& uf,
-                             const std::string& cep, const std::string& email, int32_t categoria) {
+                             const std::string& cep, const std::string& email, int32_t categoria,
+                             ReservaNumeros* reserva) {
   Dados::MensagemErroException.clear();
   try {
-    const int32_t cliente = nextCustomerCode(connection);
+    const int32_t cliente =
+        reserva ? nextCustomerCode(connection, *reserva) : nextCustomerCode(connection);
 
     TInsert insert("FAT_CLIENTE", BuscaBanco(connection));
     insert.AddCampo("CLIENTE", cliente);

@@ -5,6 +5,7 @@
 #include "data/host_settings_route.h"
 #include "data/numeracao_internal.h"
 #include "vornleads/data/numeracao.h"
+#include "vornleads/data/numeracao_reserva.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
@@ -19,8 +20,9 @@ int64_t maiorCliente(SqlConnection& leitura) {
   return leitura.query("select max(CLIENTE) MAIOR from FAT_CLIENTE").value(0, "MAIOR").asInteger();
 }
 
-bool clienteExiste(SqlConnection& leitura, int32_t cliente) {
-  return !leitura
+// As the caller's transaction sees FAT_CLIENTE.
+bool clienteExiste(SqlConnection& connection, int32_t cliente) {
+  return !connection
               .query("select CLIENTE from FAT_CLIENTE where CLIENTE = " + std::to_string(cliente))
               .empty();
 }
@@ -47,24 +49,43 @@ void adiantaContador(SqlConnection& leitura, UpdateRoute& route, int64_t maior) 
   }
 }
 
+// Puts the counter past every customer FAT_CLIENTE holds, in one transaction of its own on
+// `leitura` (one commit for the two reads and the repair).
+void reparaContador(SqlConnection& leitura) {
+  UpdateRoute route(leitura);
+  if (leitura.inTransaction()) {  // a caller working on the autonomous connection itself
+    adiantaContador(leitura, route, maiorCliente(leitura));
+    return;
+  }
+  Transaction reparo(leitura);
+  adiantaContador(leitura, route, maiorCliente(leitura));
+  reparo.commit();
+}
+
 }  // namespace
 
-int32_t nextCustomerCode(SqlConnection& connection) {
+int32_t nextCustomerCode(SqlConnection& connection, ReservaNumeros& reserva) {
   try {
-    SqlConnection& leitura = connection.autonomous();
-    UpdateRoute route(leitura);
     for (int tentativa = 0; tentativa < kTentativas; ++tentativa) {
-      const int64_t maior = maiorCliente(leitura);
-      adiantaContador(leitura, route, maior);
-      const int32_t codigo =
-          BuscaProximoNumero(connection, 0, 0, "FAT_CLIENTE", "CLIENTE", 1, true);
-      // Another program may have written customers between the two reads.
-      if (codigo > maior && !clienteExiste(leitura, codigo)) return codigo;
+      // Each block starts above every customer committed when it is drawn.
+      if (!reserva.reservado(0, 0, "FAT_CLIENTE", "CLIENTE")) {
+        reparaContador(connection.autonomous());
+      }
+      const int32_t codigo = reserva.proximo(0, 0, "FAT_CLIENTE", "CLIENTE");
+      // Another program may have written customers since the block was drawn: the table has
+      // then passed the rest of the block as well.
+      if (!clienteExiste(connection, codigo)) return codigo;
+      reserva.descarta(0, 0, "FAT_CLIENTE", "CLIENTE");
     }
     throw VornError("todos os códigos sorteados já existem em FAT_CLIENTE");
   } catch (const VornError& error) {
     throw VornError(kContador + std::string(error.what()));
   }
+}
+
+int32_t nextCustomerCode(SqlConnection& connection) {
+  ReservaNumeros reserva(connection);
+  return nextCustomerCode(connection, reserva);
 }
 
 }  // namespace vornleads

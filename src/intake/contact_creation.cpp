@@ -116,8 +116,10 @@ int32_t TLeadsVWMetodosClass::BuscaProximoNumeroTran(int32_t empresa, int32_t re
   try {
     // Drawn and committed on its own: the counter row is not held while the lead is written,
     // so concurrent intakes (or the DMS) never wait on it; a lead rolled back leaves a gap.
-    numero = BuscaProximoNumero(conexao_.retornaSQLConnection(), empresa, revenda, tabela, coluna,
-                                quantidade, true);
+    // Single numbers come from the worker's blocks, one counter commit per block.
+    numero = quantidade == 1 ? numeros_.proximo(empresa, revenda, tabela, coluna)
+                             : BuscaProximoNumero(conexao_.retornaSQLConnection(), empresa, revenda,
+                                                  tabela, coluna, quantidade, true);
   } catch (const std::exception& erro) {
     throw VornError("Erro ao buscar o próximo numero da tabela " + tabela + "\r\n" +
                     boundedMessage(erro));

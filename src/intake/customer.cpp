@@ -55,7 +55,7 @@ int32_t TLeadsVWMetodosClass::cadastraCliente(const TContatoLeadVW& lead) {
   const int32_t cliente =
       GravaClienteProspect(conexao_.retornaSQLConnection(), agora(), lead.empresa, lead.revenda,
                            lead.vendedorInclusao, lead.DDD, lead.telefone, 0, 0, 0, 0,
-                           upperCase(lead.nome), "", "", "", "", "", "", "", lead.email, -1);
+                           upperCase(lead.nome), "", "", "", "", "", "", "", lead.email, -1, &numeros_);
   if (cliente < 1) {
     throw VornError(intake::falhaLead(lead.leadID) + "Não foi possível cadastrar o cliente\r\n" +
                     Dados::MensagemErroException);

@@ -10,6 +10,7 @@ namespace vornleads {
 TLeadsVWMetodosClass::TLeadsVWMetodosClass(TAplicacaoLibrary& Aplicacao,
                                            SqlConnection& SQLConnection)
     : conexao_(SQLConnection),
+      numeros_(SQLConnection),
       listaDN_(std::vector<std::string>{}),
       Aplicacao_(Aplicacao),
       clock_(systemClock()),

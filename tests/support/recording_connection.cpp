@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/sql_dialect_check.h"
+#include "vornleads/data/geral.h"
 #include "vornleads/error.h"
 
 namespace vornleads::test {
@@ -41,6 +43,7 @@ void RecordingConnection::send(const std::string& sql) {
 }
 
 SqlRowSet RecordingConnection::query(const std::string& sql) {
+  collectDialectStatement(BuscaBanco(*this), sql);
   send(sql);
   auto answer = firstMatch(script_->answers, sql);
   if (answer == script_->answers.end()) return SqlRowSet{};
@@ -50,6 +53,7 @@ SqlRowSet RecordingConnection::query(const std::string& sql) {
 }
 
 int64_t RecordingConnection::execute(const std::string& sql) {
+  collectDialectStatement(BuscaBanco(*this), sql);
   send(sql);
   return script_->affectedRows;
 }

@@ -3,7 +3,9 @@
 // statements(), transactions as "BEGIN", "COMMIT", "ROLLBACK" ("BEGIN*"... on autonomous(), which
 // shares this one's script). Queries are answered by the first scripted answer whose prefix
 // starts them (each respond() once), else with no rows; failOn() makes the
-// next statement with its prefix raise DatabaseError, transaction words included.
+// next statement with its prefix raise DatabaseError, transaction words included. The SQL Server
+// and Oracle statements are checked by an independent parser at the end of each test
+// (sql_dialect_check.h).
 #pragma once
 
 #include <cstdint>

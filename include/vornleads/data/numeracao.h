@@ -28,6 +28,9 @@
 // `connection` itself, inside the caller's transaction if one is open, and errors reach the
 // caller as they are.
 //
+// A caller that numbers many records one at a time reserves blocks through ReservaNumeros
+// (numeracao_reserva.h), which draws with this routine.
+//
 // Remote mode (see host_settings.h): update statements, "create sequence" and this routine's
 // own transactions go to the host's application server; queries read `connection`.
 //

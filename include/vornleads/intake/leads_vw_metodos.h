@@ -47,6 +47,7 @@
 #include "vornleads/data/aplicacao.h"
 #include "vornleads/data/client_dataset.h"
 #include "vornleads/data/conexao_simplificada.h"
+#include "vornleads/data/numeracao_reserva.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/intake/totais_intake.h"
 #include "vornleads/run_control.h"
@@ -133,7 +134,9 @@ class TLeadsVWMetodosClass {
   void editaContato(TClientDataSet& contato, TContatoLeadVW& lead);
   void fechaContato(TContatoLeadVW& lead);
   // Next number of tabela.coluna for the company/branch, drawn and committed in a transaction
-  // of its own (a lead rolled back leaves a gap);
+  // of its own (a lead rolled back leaves a gap). Single numbers, like the prospects' customer
+  // codes, come from blocks the worker reserves (see numeracao_reserva.h: the numbers of a block
+  // left when the worker ends are a gap, and numbers are not in creation order across workers);
   // VornError "Erro ao buscar o próximo numero da tabela <tabela>\r\n<reason>".
   int32_t BuscaProximoNumeroTran(int32_t empresa, int32_t revenda, int32_t quantidade,
                                  const std::string& coluna, const std::string& tabela);
@@ -176,6 +179,7 @@ class TLeadsVWMetodosClass {
   TDateTime agora() const { return clock_->now(); }
 
   TConexaoSimplificada conexao_;
+  ReservaNumeros numeros_;  // the contact, interest and customer numbers of this worker's leads
   std::optional<std::vector<std::string>> listaDN_;
   bool erroInclusao_ = false;
   TAplicacaoLibrary& Aplicacao_;
