@@ -16,6 +16,7 @@ struct GlobalOptions {
   std::string db;        // --db, else VORNLEADS_DB, the file's db, ./dms.fdb
   std::string endpoint;  // --endpoint, else VORNLEADS_ENDPOINT, the file's (into the environment)
   std::string home;      // --home, else VORNLEADS_HOME, the file's (into the environment)
+  std::string maxReplyBytes;  // --max-reply-bytes, else VORNLEADS_MAX_REPLY_BYTES, the file's
 };
 
 struct CommandContext {
