@@ -18,14 +18,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Whether the request this thread serves ran past its bound (see requestCutOff()).
+thread_local bool cutOff = false;
+
 constexpr std::chrono::seconds kWriteBound{5};
+constexpr std::chrono::seconds kLingerBound{2};
 constexpr std::size_t kWorkers = 64;
 
 // Waits until the socket is ready for `events` or the deadline passes.
 bool ready(socket_t sock, short events, Clock::time_point deadline) {
   for (;;) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    // Rounded up, so that a wait given up has really reached the deadline.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     pollfd watched{sock, events, 0};
     const int result = poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1000)));
@@ -120,10 +124,10 @@ class BoundedStream : public httplib::Stream {
 
   void startRequest(Clock::time_point deadline) {
     deadline_ = deadline;
+    cutOff = false;
     firstLine_.clear();
     written_ = 0;
   }
-  bool expired() const { return Clock::now() >= deadline_; }
   bool answered() const { return written_ > 0; }
   const std::string& firstLine() const { return firstLine_; }
 
@@ -135,6 +139,7 @@ class BoundedStream : public httplib::Stream {
   }
   ssize_t read(char* ptr, size_t size) override {
     const ssize_t n = channel_.read(ptr, size, deadline_);
+    if (n < 0 && Clock::now() >= deadline_) cutOff = true;
     if (n > 0 && firstLine_.find('\n') == std::string::npos && firstLine_.size() < 512) {
       firstLine_.append(ptr, static_cast<std::size_t>(n));
     }
@@ -152,6 +157,16 @@ class BoundedStream : public httplib::Stream {
     address(getsockname, ip, port);
   }
   socket_t socket() const override { return channel_.socket(); }
+
+  // Ends the answer and reads what the client still sends for a moment: closing with its bytes
+  // unread would reset the connection, and the reset can destroy the answer before it is read.
+  void letGo() {
+    shutdown(channel_.socket(), SHUT_WR);
+    const auto until = Clock::now() + kLingerBound;
+    char discarded[1024];
+    while (channel_.read(discarded, sizeof discarded, until) > 0) {
+    }
+  }
 
  private:
   void address(int (*get)(int, sockaddr*, socklen_t*), std::string& ip, int& port) const {
@@ -176,10 +191,9 @@ class BoundedStream : public httplib::Stream {
 void answerCutOff(BoundedStream& stream) {
   const auto line = stream.firstLine().substr(0, stream.firstLine().find('\r'));
   std::string contentType;
-  const std::string body = unreadableRequestBody(
-      line.find(kEndpointPath) != std::string::npos ? kEndpointPath : "",
-      "the request did not arrive within " + std::to_string(kRequestBound.count()) + " s",
-      contentType);
+  const std::string body =
+      unreadableRequestBody(line.find(kEndpointPath) != std::string::npos ? kEndpointPath : "",
+                            cutOffMessage(), contentType);
   const std::string answer = "HTTP/1.1 408 Request Timeout\r\nContent-Type: " + contentType +
                              "\r\nContent-Length: " + std::to_string(body.size()) +
                              "\r\nConnection: close\r\n\r\n" + body;
@@ -214,11 +228,14 @@ class Bounded : public Base {
       }
       bool closed = false;
       const bool served = this->process_request(stream, left == 1, closed, nullptr);
-      // A client that sent nothing at all is simply let go.
-      if (!served && stream.expired() && !stream.answered() && !stream.firstLine().empty()) {
-        answerCutOff(stream);
+      // Once its request line is read, cpp-httplib answers a cut-off request itself (with
+      // the status requestCutOff() makes 408); before that, nobody has. A client that sent
+      // nothing at all is simply closed on.
+      if (cutOff && !stream.firstLine().empty()) {
+        if (!stream.answered()) answerCutOff(stream);
+        stream.letGo();
       }
-      if (!served || closed) return served;
+      if (!served || closed || cutOff) return served;
     }
     return true;
   }
@@ -271,6 +288,12 @@ class BoundedTlsServer : public Bounded<httplib::SSLServer> {
 };
 
 }  // namespace
+
+bool requestCutOff() { return cutOff; }
+
+std::string cutOffMessage() {
+  return "the request did not arrive within " + std::to_string(kRequestBound.count()) + " s";
+}
 
 std::unique_ptr<httplib::Server> makeBoundedServer(const std::string& tlsCert,
                                                    const std::string& tlsKey) {

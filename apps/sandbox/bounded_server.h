@@ -19,6 +19,11 @@ namespace vornleads::sandbox {
 
 inline constexpr std::chrono::seconds kRequestBound{5};
 
+// Whether the request being served on this thread ran past kRequestBound before it was read
+// whole; for the error handler, which then answers 408 with cutOffMessage().
+bool requestCutOff();
+std::string cutOffMessage();
+
 // A plain HTTP server, or an HTTPS one when both PEM files are given; is_valid() tells
 // whether the certificate and key could be used.
 std::unique_ptr<httplib::Server> makeBoundedServer(const std::string& tlsCert,

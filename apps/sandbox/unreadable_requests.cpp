@@ -1,5 +1,6 @@
 #include <string>
 
+#include "bounded_server.h"
 #include "json_values.h"
 #include "routes.h"
 #include "soap_envelope.h"
@@ -60,7 +61,13 @@ void installUnreadableRequestAnswers(httplib::Server& server) {
   server.set_error_handler(httplib::Server::HandlerWithResponse(
       [](const httplib::Request& request, httplib::Response& response) {
         if (!response.body.empty()) return httplib::Server::HandlerResponse::Unhandled;
-        answer(request, response, reasonFor(request, response.status));
+        if (requestCutOff()) {
+          response.status = 408;
+          response.set_header("Connection", "close");
+          answer(request, response, cutOffMessage());
+        } else {
+          answer(request, response, reasonFor(request, response.status));
+        }
         return httplib::Server::HandlerResponse::Handled;
       }));
 }
