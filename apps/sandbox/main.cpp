@@ -17,6 +17,7 @@
 #include <string>
 #include <thread>
 
+#include "bounded_server.h"
 #include "calendar.h"
 #include "call_log.h"
 #include "routes.h"
@@ -85,9 +86,7 @@ void configureServer(httplib::Server& server) {
 
 // The plain HTTP server, or with a certificate and its key the HTTPS one.
 std::unique_ptr<httplib::Server> makeServer(const Options& options) {
-  if (options.tlsCert.empty()) return std::make_unique<httplib::Server>();
-  auto server =
-      std::make_unique<httplib::SSLServer>(options.tlsCert.c_str(), options.tlsKey.c_str());
+  auto server = vornleads::sandbox::makeBoundedServer(options.tlsCert, options.tlsKey);
   if (!server->is_valid()) {
     throw std::runtime_error("cannot serve TLS with certificate " + options.tlsCert + " and key " +
                              options.tlsKey);
@@ -104,6 +103,7 @@ int serve(const Options& options) {
   httplib::Server& server = *owned;
   vornleads::sandbox::installServiceRoute(server, state);
   vornleads::sandbox::installTestRoutes(server, state);
+  vornleads::sandbox::installUnreadableRequestAnswers(server);
   configureServer(server);
 
   const int port = bindServer(server, options);

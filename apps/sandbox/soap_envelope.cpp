@@ -35,13 +35,26 @@ std::string unquoted(std::string action) {
   return action;
 }
 
+std::string labelled(const xml::EncodingLabel& label) {
+  const char* where = label.source == xml::LabelSource::ByteOrderMark ? "byte-order mark"
+                      : label.source == xml::LabelSource::ContentType ? "Content-Type"
+                                                                      : "XML declaration";
+  return "\"" + label.name + "\" (" + where + ")";
+}
+
 // The document as UTF-8 in the encoding the request declares.
 std::string decodedRequest(const std::string& body, const std::string& contentType) {
   try {
     return xml::decodeDocument(body, contentType);
   } catch (const xml::CharsetError& error) {
-    if (error.offset() == xml::CharsetError::kUnsupported) {
-      throw NotSoapError("the request's encoding \"" + error.encoding() + "\" is not supported");
+    switch (error.kind()) {
+      case xml::CharsetError::Kind::Unsupported:
+        throw NotSoapError("the request's encoding \"" + error.encoding() + "\" is not supported");
+      case xml::CharsetError::Kind::Contradiction:
+        throw NotSoapError("the request's encoding labels disagree: " + labelled(error.first()) +
+                           " and " + labelled(error.second()));
+      case xml::CharsetError::Kind::InvalidBytes:
+        break;
     }
     throw NotSoapError("the request is not valid " + error.encoding() +
                        ": invalid bytes at offset " + std::to_string(error.offset()));
@@ -96,6 +109,8 @@ SoapCall readSoapCall(const std::string& body, const std::string& contentType,
                          std::string(parametros.attribute("href").value()) +
                          "\", which is not in the request");
     }
+    const std::string found = soap::nonStringContent(value);
+    if (!found.empty()) throw NotSoapError("Parametros is not a string (found " + found + ")");
     call.parametros = soap::textOf(value);
   }
   return call;

@@ -1,9 +1,10 @@
 // The SOAP 1.1 RPC/encoded envelopes of the leads service: reading a call and writing its
 // reply or a fault. A call is read as strictly as the hosted service reads it: in the
-// encoding its Content-Type or XML declaration gives (as the client reads replies), a
-// SOAP 1.1 envelope, an operation element in the service's namespace, a SOAPAction that
-// names that operation, a multi-reference Parametros followed. Element prefixes are the
-// writer's choice; nothing outside the document is ever loaded (a DOCTYPE is refused).
+// encoding its byte-order mark, Content-Type and XML declaration give (as the client reads
+// replies), a SOAP 1.1 envelope, an operation element in the service's namespace, a SOAPAction
+// that names that operation, a string Parametros, a multi-reference followed. Element
+// prefixes are the writer's choice; nothing outside the document is ever loaded (a DOCTYPE is
+// refused).
 #pragma once
 
 #include <stdexcept>
@@ -28,8 +29,8 @@ class NotSoapError : public std::runtime_error {
 // ("urn:VornLeadsVWIntf-IVornLeadsVW#Operation", quoted or not; an empty or missing one
 // leaves the operation to the body). Throws NotSoapError when the body cannot be decoded, is
 // not XML, is not a SOAP 1.1 envelope, names no operation or one outside the service's
-// namespace, when the SOAPAction names another operation, or when Parametros refers to an
-// element that is not there.
+// namespace, when the SOAPAction names another operation, when Parametros is not a string or
+// refers to an element that is not there.
 SoapCall readSoapCall(const std::string& body, const std::string& contentType,
                       const std::string& soapAction);
 

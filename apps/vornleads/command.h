@@ -19,6 +19,7 @@ struct GlobalOptions {
   std::string home;      // --home, else VORNLEADS_HOME, the file's (into the environment)
   std::string lockTimeout;     // --lock-timeout, validated with the other settings
   std::string connectTimeout;  // --connect-timeout, likewise
+  std::string maxReplyBytes;  // --max-reply-bytes, else VORNLEADS_MAX_REPLY_BYTES, the file's
 };
 
 struct CommandContext {

@@ -45,14 +45,20 @@ int main(int argc, char** argv) {
   app.add_option("--connect-timeout", context.global.connectTimeout,
                  "seconds opening the database may take (default: VORNLEADS_CONNECT_TIMEOUT or "
                  "30)");
+  app.add_option("--max-reply-bytes", context.global.maxReplyBytes,
+                 "largest service reply kept, in bytes (default: VORNLEADS_MAX_REPLY_BYTES "
+                 "or 67108864)");
   app.parse_complete_callback([&context] {
     GlobalOptions& global = context.global;
     context.settings.resolve({{"db", global.db},
                               {"endpoint", global.endpoint},
                               {"home", global.home},
                               {"lock-timeout", global.lockTimeout},
-                              {"connect-timeout", global.connectTimeout}},
+                              {"connect-timeout", global.connectTimeout},
+                              {"max-reply-bytes", global.maxReplyBytes}},
                              global.config);
+    // The library edition reads the reply limit from the environment, whatever its source.
+    setenv("VORNLEADS_MAX_REPLY_BYTES", context.settings.value("max-reply-bytes").c_str(), 1);
     // The endpoint and the host directory reach the library edition through the environment,
     // as they would for any host process; set them before any command runs.
     if (!global.endpoint.empty()) setenv("VORNLEADS_ENDPOINT", global.endpoint.c_str(), 1);

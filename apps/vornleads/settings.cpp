@@ -62,6 +62,8 @@ const Definition kDefinitions[] = {
     {"receive-timeout-ms", "VORNLEADS_RECEIVE_TIMEOUT_MS", "180000", positiveInteger,
      "a positive number of milliseconds"},
     {"ca-file", "VORNLEADS_CA_FILE", "", anyText, "a PEM file"},
+    {"max-reply-bytes", "VORNLEADS_MAX_REPLY_BYTES", "67108864", positiveInteger,
+     "a positive number of bytes"},
     {"status-port", "VORNLEADS_STATUS_PORT", "", port, "a port number, 0 to 65535"},
     {"status-bind", "VORNLEADS_STATUS_BIND", "127.0.0.1", anyText, "an address"},
     {"lock-timeout", "VORNLEADS_LOCK_TIMEOUT", "60", positiveInteger,

@@ -15,6 +15,7 @@
 //   codepage = UTF-8
 //   receive-timeout-ms = 180000
 //   ca-file = /etc/ssl/certs/dealer-ca.pem
+//   max-reply-bytes = 67108864
 //   status-port = 9100
 //   status-bind = 127.0.0.1
 //   lock-timeout = 60
@@ -25,8 +26,8 @@
 // a file that cannot be read is an error (exit status 1).
 //
 // Settings the library edition reads from the environment (endpoint, home, codepage,
-// receive-timeout-ms, ca-file) are put into this process's environment when they come from
-// the file, so the library and the programs it starts see the same values.
+// receive-timeout-ms, ca-file, max-reply-bytes) are put into this process's environment when
+// they come from the file, so the library and the programs it starts see the same values.
 //
 // lock-timeout and connect-timeout (whole seconds, at least 1) bound every connection the
 // programs open: how long a statement waits for a row another transaction holds, and how long

@@ -74,6 +74,10 @@ Reply parseReply(const std::string& body, const std::string& contentType) {
                          std::string(accessor.attribute("href").value()) +
                          "\", que não leva a um elemento da resposta");
   }
+  const std::string found = nonStringContent(result);
+  if (!found.empty()) {
+    throw MalformedReply("o resultado não é um texto (tipo encontrado: " + found + ")");
+  }
   reply.result = textOf(result);
   return reply;
 }

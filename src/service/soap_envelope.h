@@ -29,9 +29,11 @@ class MalformedReply : public VornError {
 
 // Reads a reply: the text of the first child element of the response element (whatever their
 // names or prefixes; a multi-reference is followed to the Body element it names), or the
-// faultcode and faultstring of a Fault. The body is decoded as its Content-Type and its own
-// declaration say (text/xml_charset.h); bytes invalid in that encoding are refused, never
-// replaced. A document type declaration is refused, and no entity other than XML's own is
+// faultcode and faultstring of a Fault. The result must be a string: nil, an array, a
+// structure or any xsi:type but a string type is refused naming the type found. The body is
+// decoded as its byte-order mark, Content-Type and declaration say (text/xml_charset.h);
+// bytes invalid in that encoding, and labels that contradict each other, are refused, never
+// guessed or replaced. A document type declaration is refused, and no entity other than XML's own is
 // ever expanded.
 Reply parseReply(const std::string& body, const std::string& contentType);
 

@@ -1,5 +1,7 @@
 #include "vornleads/service/soap_http_client.h"
 
+#include <cstdlib>
+#include <limits>
 #include <utility>
 
 #include "service/soap_envelope.h"
@@ -16,10 +18,24 @@ std::string enderecoSemCredenciais(const std::string& url) {
   return url.substr(0, authorityStart) + url.substr(at + 1);
 }
 
+namespace {
+
+std::size_t maxReplyBytesFromEnvironment() {
+  const char* text = std::getenv("VORNLEADS_MAX_REPLY_BYTES");
+  if (text == nullptr || *text == '\0') return kDefaultMaxReplyBytes;
+  char* end = nullptr;
+  const unsigned long long bytes = std::strtoull(text, &end, 10);
+  const bool valid = *end == '\0' && bytes > 0 && text[0] != '-' &&
+                     bytes <= std::numeric_limits<std::size_t>::max();
+  return valid ? static_cast<std::size_t>(bytes) : kDefaultMaxReplyBytes;
+}
+
+}  // namespace
+
 SoapHttpClient::SoapHttpClient() : SoapHttpClient(makeCurlHttpTransport()) {}
 
 SoapHttpClient::SoapHttpClient(std::shared_ptr<HttpTransport> transport)
-    : transport_(std::move(transport)) {}
+    : transport_(std::move(transport)), maxReplyBytes_(maxReplyBytesFromEnvironment()) {}
 
 std::string SoapHttpClient::invoke(const std::string& interfaceName, const std::string& operation,
                                    const std::string& parametros) {
@@ -43,7 +59,7 @@ std::string SoapHttpClient::invoke(const std::string& interfaceName, const std::
   try {
     response = transport_->post(url_, headers,
                                 soap::buildRequest(registration->nameSpace, operation, parametros),
-                                receiveTimeoutMs_);
+                                receiveTimeoutMs_, maxReplyBytes_);
   } catch (const TransportError& error) {
     throw VornError(prefix + error.what());
   }

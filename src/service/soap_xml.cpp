@@ -53,6 +53,49 @@ std::string firstBadReference(const std::string& text) {
   return "";
 }
 
+// The namespace URI bound to a prefix ("" for the default namespace) in the element's scope.
+std::string namespaceOfPrefix(pugi::xml_node element, const std::string& prefix) {
+  const std::string attribute = prefix.empty() ? "xmlns" : "xmlns:" + prefix;
+  for (auto scope = element; scope && scope.type() == pugi::node_element; scope = scope.parent()) {
+    if (auto declaration = scope.attribute(attribute.c_str())) return declaration.value();
+  }
+  return "";
+}
+
+std::string prefixOf(const std::string& qualifiedName) {
+  const auto colon = qualifiedName.find(':');
+  return colon == std::string::npos ? "" : qualifiedName.substr(0, colon);
+}
+
+std::string localOf(const std::string& qualifiedName) {
+  return qualifiedName.substr(qualifiedName.find(':') + 1);
+}
+
+bool isSchemaNamespace(const std::string& uri, const char* suffix) {
+  for (const char* year : {"2001", "1999", "2000/10"}) {
+    if (uri == std::string("http://www.w3.org/") + year + "/XMLSchema" + suffix) return true;
+  }
+  return false;
+}
+
+// The attribute of the element with this local name in the given namespace; a prefix bound to
+// nothing counts as that namespace when it is the conventional one.
+pugi::xml_attribute attributeIn(pugi::xml_node element, const std::string& local,
+                                bool (*inNamespace)(const std::string&),
+                                const char* conventionalPrefix) {
+  for (auto attribute : element.attributes()) {
+    const std::string name = attribute.name();
+    const std::string prefix = prefixOf(name);
+    if (prefix.empty() || localOf(name) != local) continue;
+    const std::string uri = namespaceOfPrefix(element, prefix);
+    if (inNamespace(uri) || (uri.empty() && prefix == conventionalPrefix)) return attribute;
+  }
+  return {};
+}
+
+bool isSchemaInstance(const std::string& uri) { return isSchemaNamespace(uri, "-instance"); }
+bool isEncoding(const std::string& uri) { return uri == kEncodingNamespace; }
+
 pugi::xml_node elementWithId(pugi::xml_node body, const std::string& id) {
   return body.find_node([&id](pugi::xml_node node) {
     return node.type() == pugi::node_element && id == node.attribute("id").value();
@@ -68,14 +111,7 @@ std::string localName(pugi::xml_node node) {
 }
 
 std::string namespaceOf(pugi::xml_node node) {
-  const std::string name = node.name();
-  const auto colon = name.find(':');
-  const std::string attribute =
-      colon == std::string::npos ? "xmlns" : "xmlns:" + name.substr(0, colon);
-  for (auto scope = node; scope && scope.type() == pugi::node_element; scope = scope.parent()) {
-    if (auto declaration = scope.attribute(attribute.c_str())) return declaration.value();
-  }
-  return "";
+  return namespaceOfPrefix(node, prefixOf(node.name()));
 }
 
 pugi::xml_node firstElement(pugi::xml_node parent) {
@@ -99,6 +135,25 @@ std::string textOf(pugi::xml_node element) {
       text += child.value();
   }
   return text;
+}
+
+std::string nonStringContent(pugi::xml_node element) {
+  const auto nil = attributeIn(element, "nil", isSchemaInstance, "xsi");
+  if (nil && (std::strcmp(nil.value(), "true") == 0 || std::strcmp(nil.value(), "1") == 0)) {
+    return std::string(nil.name()) + "=\"" + nil.value() + "\"";
+  }
+  if (const auto type = attributeIn(element, "type", isSchemaInstance, "xsi")) {
+    const std::string written = type.value();
+    const std::string uri = namespaceOfPrefix(element, prefixOf(written));
+    const bool stringType = localOf(written) == "string" &&
+                            (uri.empty() || isSchemaNamespace(uri, "") || isEncoding(uri));
+    return stringType ? "" : written;
+  }
+  if (const auto arrayType = attributeIn(element, "arrayType", isEncoding, "SOAP-ENC")) {
+    return std::string(arrayType.name()) + "=\"" + arrayType.value() + "\"";
+  }
+  if (const auto child = firstElement(element)) return "<" + std::string(child.name()) + ">";
+  return "";
 }
 
 ParsedXml parseUtf8(pugi::xml_document& document, const std::string& utf8) {

@@ -21,6 +21,13 @@ pugi::xml_node childNamed(pugi::xml_node parent, const std::string& local);
 // All character data directly inside the element, text and CDATA sections together.
 std::string textOf(pugi::xml_node element);
 
+// What an element that should hold a string holds instead, as the document writes it: the
+// value of an xsi:type that is no string type ("xsd:base64Binary", "SOAP-ENC:Array"),
+// "xsi:nil=\"true\"", "SOAP-ENC:arrayType=..." for an array without a type, or "<child>" for an
+// element with element content. Empty when the element holds a string: no type, or xsd:string
+// or SOAP-ENC:string (a prefix bound to nothing is taken for the schema's own).
+std::string nonStringContent(pugi::xml_node element);
+
 // Parses a document already decoded to UTF-8 (see text/xml_charset.h). A document type
 // declaration is reported through hasDoctype and never processed: no entity other than XML's
 // own is ever expanded. A character reference to what XML admits as no character (&#0;,

@@ -1,6 +1,9 @@
 #include "text/xml_charset.h"
 
+#include <algorithm>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "text/cp1252.h"
 #include "text/utf8_codec.h"
@@ -113,7 +116,8 @@ std::size_t firstInvalidUtf8(const std::string& bytes, std::size_t from) {
 std::string fromUtf8(const std::string& bytes) {
   const std::size_t start = startsWith(bytes, "\xEF\xBB\xBF", 3) ? 3 : 0;
   const std::size_t invalid = firstInvalidUtf8(bytes, start);
-  if (invalid != std::string::npos) throw CharsetError(nameOf(Encoding::Utf8), invalid);
+  if (invalid != std::string::npos)
+    throw CharsetError::invalidBytes(nameOf(Encoding::Utf8), invalid);
   return bytes.substr(start);
 }
 
@@ -129,13 +133,13 @@ std::string fromUtf16(const std::string& bytes, Encoding order) {
   std::string out;
   out.reserve(bytes.size() / 2);
   while (pos < bytes.size()) {
-    if (pos + 1 >= bytes.size()) throw CharsetError(nameOf(order), pos);
+    if (pos + 1 >= bytes.size()) throw CharsetError::invalidBytes(nameOf(order), pos);
     char32_t unit = unitAt(pos);
-    if (unit >= 0xDC00 && unit <= 0xDFFF) throw CharsetError(nameOf(order), pos);
+    if (unit >= 0xDC00 && unit <= 0xDFFF) throw CharsetError::invalidBytes(nameOf(order), pos);
     if (unit >= 0xD800 && unit <= 0xDBFF) {
-      if (pos + 3 >= bytes.size()) throw CharsetError(nameOf(order), pos);
+      if (pos + 3 >= bytes.size()) throw CharsetError::invalidBytes(nameOf(order), pos);
       const char32_t low = unitAt(pos + 2);
-      if (low < 0xDC00 || low > 0xDFFF) throw CharsetError(nameOf(order), pos);
+      if (low < 0xDC00 || low > 0xDFFF) throw CharsetError::invalidBytes(nameOf(order), pos);
       unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
       pos += 2;
     }
@@ -152,21 +156,118 @@ std::string fromSingleByte(const std::string& bytes, Encoding encoding) {
     const auto byte = static_cast<unsigned char>(bytes[pos]);
     if ((encoding == Encoding::Ascii && byte >= 0x80) ||
         (encoding == Encoding::Windows1252 && !cp1252::isDefined(byte))) {
-      throw CharsetError(nameOf(encoding), pos);
+      throw CharsetError::invalidBytes(nameOf(encoding), pos);
     }
     utf8::append(out, encoding == Encoding::Windows1252 ? cp1252::toUnicode(byte) : byte);
   }
   return out;
 }
 
+std::string decodedAs(const std::string& bytes, Encoding encoding) {
+  switch (encoding) {
+    case Encoding::Utf8:
+      return fromUtf8(bytes);
+    case Encoding::Utf16LE:
+    case Encoding::Utf16BE:
+      return fromUtf16(bytes, encoding);
+    default:
+      return fromSingleByte(bytes, encoding);
+  }
+}
+
+std::optional<EncodingLabel> byteOrderMark(const std::string& bytes) {
+  if (startsWith(bytes, "\xEF\xBB\xBF", 3)) {
+    return EncodingLabel{nameOf(Encoding::Utf8), LabelSource::ByteOrderMark};
+  }
+  if (startsWith(bytes, "\xFF\xFE", 2)) {
+    return EncodingLabel{nameOf(Encoding::Utf16LE), LabelSource::ByteOrderMark};
+  }
+  if (startsWith(bytes, "\xFE\xFF", 2)) {
+    return EncodingLabel{nameOf(Encoding::Utf16BE), LabelSource::ByteOrderMark};
+  }
+  return std::nullopt;
+}
+
+using Label = std::pair<EncodingLabel, Encoding>;
+
+// Valid UTF-8 that holds at least one multi-byte sequence: text that chance hardly makes in an
+// 8-bit code page, so UTF-8 is what it is when a label says so.
+bool isMultiByteUtf8(const std::string& bytes) {
+  const bool multiByte = std::any_of(bytes.begin(), bytes.end(),
+                                     [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  return multiByte && firstInvalidUtf8(bytes, 0) == std::string::npos;
+}
+
+// The one text that every label reads the bytes as; nothing when two readings differ or a
+// label cannot read the bytes at all.
+std::optional<std::string> commonReading(const std::string& bytes,
+                                         const std::vector<Label>& labels) {
+  std::optional<std::string> common;
+  for (const Label& label : labels) {
+    std::string text;
+    try {
+      text = decodedAs(bytes, label.second);
+    } catch (const CharsetError&) {
+      return std::nullopt;
+    }
+    if (common && text != *common) return std::nullopt;
+    common = std::move(text);
+  }
+  return common;
+}
+
+// The text of a document whose labels disagree, when the bytes settle it; else the error
+// naming the first label and the first one that contradicts it.
+std::string settled(const std::string& bytes, const std::vector<Label>& labels,
+                    const Label& contradicting) {
+  const bool oneSaysUtf8 = std::any_of(labels.begin(), labels.end(), [](const Label& label) {
+    return label.second == Encoding::Utf8;
+  });
+  if (oneSaysUtf8 && isMultiByteUtf8(bytes)) {
+    return fromUtf8(bytes);
+  }
+  if (auto common = commonReading(bytes, labels)) return *common;
+  throw CharsetError::contradiction(labels.front().first, contradicting.first);
+}
+
 }  // namespace
 
-CharsetError::CharsetError(const std::string& encoding, std::size_t offset)
-    : VornError(offset == kUnsupported ? "a codificação \"" + encoding + "\" não é suportada"
-                                       : "bytes inválidos para a codificação " + encoding +
-                                             " na posição " + std::to_string(offset)),
-      encoding_(encoding),
+CharsetError::CharsetError(Kind kind, const std::string& message, EncodingLabel first,
+                           EncodingLabel second, std::size_t offset)
+    : VornError(message),
+      kind_(kind),
+      labels_{std::move(first), std::move(second)},
       offset_(offset) {}
+
+CharsetError CharsetError::invalidBytes(const std::string& encoding, std::size_t offset) {
+  return {
+      Kind::InvalidBytes,
+      "bytes inválidos para a codificação " + encoding + " na posição " + std::to_string(offset),
+      {encoding, LabelSource::Declaration},
+      {},
+      offset};
+}
+
+CharsetError CharsetError::unsupported(const std::string& encoding) {
+  return {Kind::Unsupported,
+          "a codificação \"" + encoding + "\" não é suportada",
+          {encoding, LabelSource::Declaration},
+          {},
+          0};
+}
+
+CharsetError CharsetError::contradiction(const EncodingLabel& first, const EncodingLabel& second) {
+  const auto described = [](const EncodingLabel& label) {
+    const char* where = label.source == LabelSource::ByteOrderMark ? "marca de ordem de bytes"
+                        : label.source == LabelSource::ContentType ? "Content-Type"
+                                                                   : "declaração XML";
+    return label.name + " (" + where + ")";
+  };
+  return {
+      Kind::Contradiction,
+      "as codificações indicadas se contradizem: " + described(first) + " e " + described(second),
+      first, second, 0};
+}
 
 std::string charsetOf(const std::string& contentType) {
   std::size_t at = contentType.find(';');
@@ -187,24 +288,22 @@ std::string charsetOf(const std::string& contentType) {
 }
 
 std::string decodeDocument(const std::string& bytes, const std::string& contentType) {
-  std::string label = charsetOf(contentType);
-  if (label.empty()) label = declaredEncoding(bytes);
-  std::optional<Encoding> encoding;
-  if (label.empty()) {
-    encoding = utf16Order(bytes).value_or(Encoding::Utf8);
-  } else {
-    encoding = encodingNamed(label, bytes);
-    if (!encoding) throw CharsetError(label, CharsetError::kUnsupported);
-  }
-  switch (*encoding) {
-    case Encoding::Utf8:
-      return fromUtf8(bytes);
-    case Encoding::Utf16LE:
-    case Encoding::Utf16BE:
-      return fromUtf16(bytes, *encoding);
-    default:
-      return fromSingleByte(bytes, *encoding);
-  }
+  std::vector<Label> labels;
+  const auto add = [&labels, &bytes](EncodingLabel label) {
+    if (label.name.empty()) return;
+    const auto encoding = encodingNamed(label.name, bytes);
+    if (!encoding) throw CharsetError::unsupported(label.name);
+    labels.emplace_back(std::move(label), *encoding);
+  };
+  if (auto mark = byteOrderMark(bytes)) add(std::move(*mark));
+  add({charsetOf(contentType), LabelSource::ContentType});
+  add({declaredEncoding(bytes), LabelSource::Declaration});
+  if (labels.empty()) return decodedAs(bytes, utf16Order(bytes).value_or(Encoding::Utf8));
+  const auto contradicting =
+      std::find_if(labels.begin(), labels.end(),
+                   [&labels](const Label& label) { return label.second != labels[0].second; });
+  if (contradicting == labels.end()) return decodedAs(bytes, labels[0].second);
+  return settled(bytes, labels, *contradicting);
 }
 
 }  // namespace vornleads::xml

@@ -1,16 +1,16 @@
 // bin/vornleads-sandbox over real HTTP: its command line, each operation of the leads service
-// answered from its lead store, the wire forms it reads, its fault modes and its reset; and the
-// library edition VornLeadsVW.dll as a host uses it, loaded with dlopen and called against it.
-#include <dlfcn.h>
-#include <signal.h>
+// answered from its lead store, the wire forms it reads, the requests it cannot read or that
+// arrive too slowly, its fault modes and its reset.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <thread>
 
 #include "apps/cli.h"
-#include "vornleads/error.h"
-#include "vornleads/package/host_directory.h"
-#include "vornleads/service/leads_library.h"
 
 namespace vornleads::test {
 namespace {
@@ -175,6 +175,20 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
        "the request refers to &#x110000;, which is no XML character"},
       {action, "text/xml; charset=koi8-r", callBody(ns, "BuscaLeadsStatus", parametros), 500,
        "the request's encoding \"koi8-r\" is not supported"},
+      // Labels that disagree: UTF-8 bytes settle it, other bytes name both labels.
+      {action, "text/xml; charset=ISO-8859-1",
+       "<?xml version=\"1.0\" encoding=\"utf-8\"?>" +
+           callBody(ns, "BuscaLeadsStatus",
+                    R"(<Parametros>{"DNs":"5678","Status":"0","Nome":"Conceição"}</Parametros>)"),
+       200, leadsReply(kLead2001)},
+      {action, "text/xml; charset=windows-1252",
+       "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + latin1, 500,
+       "the request's encoding labels disagree: \"windows-1252\" (Content-Type) and \"utf-8\" (XML "
+       "declaration)"},
+      {action, xml,
+       callBody(ns, "BuscaLeadsStatus",
+                "<Parametros xsi:type=\"xsd:base64Binary\">e30=</Parametros>"),
+       500, "Parametros is not a string (found xsd:base64Binary)"},
       {action, xml,
        "<e:Envelope xmlns:e=\"http://www.w3.org/2003/05/soap-envelope\"><e:Body/></e:Envelope>",
        500,
@@ -203,6 +217,87 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
     EXPECT_EQ(form.answer, soapResult(exchange.body)) << form.body;
   }
   EXPECT_EQ(sandbox_.updates().at(0)["DataReagendamento"], "ação €");
+}
+
+// One raw HTTP exchange on a fresh connection: the request's bytes, each `pause` apart when
+// trickled, and the whole answer up to the close (or 20 s).
+std::string rawExchange(int port, const std::string& request, std::chrono::milliseconds pause) {
+  const int sock = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  std::string answer;
+  if (::connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    const std::size_t step = pause.count() > 0 ? 1 : request.size();
+    pollfd watched{sock, POLLIN, 0};
+    for (std::size_t at = 0; at < request.size() && poll(&watched, 1, 0) == 0; at += step) {
+      if (::send(sock, request.data() + at, step, MSG_NOSIGNAL) <= 0) break;
+      std::this_thread::sleep_for(pause);
+    }
+    char buffer[4096];
+    for (int waits = 0; waits < 200 && poll(&watched, 1, 100) >= 0; ++waits) {
+      if (!(watched.revents & (POLLIN | POLLHUP))) continue;
+      const ssize_t n = ::recv(sock, buffer, sizeof buffer, 0);
+      if (n <= 0) break;
+      answer.append(buffer, static_cast<std::size_t>(n));
+      const auto headersEnd = answer.find("\r\n\r\n"), length = answer.find("Content-Length: ");
+      if (headersEnd != std::string::npos && length < headersEnd &&
+          answer.size() >= headersEnd + 4 + std::stoul(answer.substr(length + 16))) {
+        break;  // the whole answer
+      }
+    }
+  }
+  ::close(sock);
+  return answer;
+}
+
+// Requests it cannot read are answered with a body, never with silence; clients that trickle
+// their request are let go within the request bound, and a normal call made meanwhile is
+// answered at once even with more of them than the old eight workers.
+TEST_F(SandboxTest, UnreadableAndSlowRequestsAreAnsweredAndHoldNobodyUp) {
+  const std::string endpoint = "/VornLeadsVW/VornISAPILeadsVW.dll/soap/VornLeadsVW";
+  const std::string post = "POST " + endpoint + " HTTP/1.1\r\nHost: x\r\n";
+  const std::string fault = "<faultstring>", cutOff = "the request did not arrive within 5 s";
+  const struct {
+    std::string request;
+    int clients;  // trickling their request a byte at a time when more than one
+    std::string status, body;
+  } rows[] = {
+      {post + "Content-Type: text/xml\r\n\r\n<x/>", 1, "411",
+       fault + "the request has no Content-Length"},
+      {"POST /sandbox/faults HTTP/1.1\r\nHost: x\r\n\r\n", 1, "411",
+       R"({"error":"the request has no Content-Length"})"},
+      {post + "Content-Length: 10\r\n\r\n<x/>", 1, "408", fault + cutOff},
+      {"GET /nowhere HTTP/1.1\r\nHost: x\r\n\r\n", 1, "404",
+       R"({"error":"there is no route GET /nowhere"})"},
+      {post + "Content-Type: text/xml\r\nContent-Length: 4\r\nX-Filler: " + std::string(60, 'x') +
+           "\r\n\r\n<x/>",
+       16, "408", fault + cutOff},
+  };
+  for (const auto& row : rows) {
+    // 140 bytes 50 ms apart: the request line in time, the rest of the headers not.
+    const auto pause = std::chrono::milliseconds(row.clients > 1 ? 50 : 0);
+    std::vector<std::string> answers(static_cast<std::size_t>(row.clients));
+    std::vector<std::thread> clients;
+    const auto started = std::chrono::steady_clock::now();
+    for (auto& answer : answers) {
+      clients.emplace_back([&] { answer = rawExchange(sandbox_.port(), row.request, pause); });
+    }
+    if (row.clients > 1) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(500));  // all of them connected
+      const auto asked = std::chrono::steady_clock::now();
+      EXPECT_NE(replyOf(sandbox_, "BuscaLeads", R"({"DNs":"1234"})").find("Bruno"),
+                std::string::npos);
+      EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(2));
+    }
+    for (auto& client : clients) client.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(9)) << row.request;
+    for (const auto& answer : answers) {
+      EXPECT_EQ(answer.substr(0, 12), "HTTP/1.1 " + row.status) << row.request << "\n" << answer;
+      EXPECT_NE(answer.find(row.body), std::string::npos) << row.request << "\n" << answer;
+    }
+  }
 }
 
 // How each mode reaches the client, twice (count 2), while other operations are answered;
@@ -281,129 +376,6 @@ TEST_F(SandboxTest, FaultsForAnyOperationAreUsedInTheOrderQueuedAndResetClearsAl
     leads += lead["IdLead"].dump() + lead["confirmed"].dump() + " ";
   EXPECT_EQ(leads, R"("1001"false "1002"false "2001"false )");
   EXPECT_EQ(sandbox_.updates().dump() + sandbox_.faults().dump(), "[][]");
-}
-
-// --- the library edition ----------------------------------------------------------------------
-
-std::filesystem::path libraryFile() { return binDir() / "VornLeadsVW.dll"; }
-
-const std::string kLeads77 =
-    leadsReply(servedLead({{"DealerNumber", "1234"}, {"IdLead", "77"}, {"Nome", "Davi"}}));
-
-// The message of the VornError `load` raises.
-std::string failure(const std::function<void()>& load) {
-  try {
-    load();
-  } catch (const VornError& error) {
-    return error.what();
-  }
-  return "<loaded>";
-}
-
-// One sandbox for the suite: the library reads its endpoint (VORNLEADS_ENDPOINT) once per load.
-class LibraryEditionTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    sandbox_ = std::make_unique<SandboxProcess>();
-    setenv("VORNLEADS_ENDPOINT", sandbox_->url().c_str(), 1);
-  }
-  static void TearDownTestSuite() {
-    unsetenv("VORNLEADS_ENDPOINT");
-    sandbox_.reset();
-  }
-  void SetUp() override {
-    sandbox_->reset();
-    sandbox_->addLeads(Json::parse(R"([{"IdLead":"77","DealerNumber":"1234","Nome":"Davi"}])"));
-  }
-  static std::unique_ptr<SandboxProcess> sandbox_;
-};
-
-std::unique_ptr<SandboxProcess> LibraryEditionTest::sandbox_;
-
-TEST_F(LibraryEditionTest, EveryServiceNumberReachesItsOperationAndFailuresAnswer297) {
-  LeadsLibrary library(libraryFile());
-  const TIntegraLeadsVW integra = library.bind();
-  ASSERT_TRUE(integra);
-  const std::string http500 = "Falha ao chamar a operação BuscaHistLeads em " + sandbox_->url() +
-                              ": o servidor respondeu HTTP 500";
-  const struct {
-    int32_t servico;
-    std::string request, reply;
-  } calls[] = {
-      {1, R"({"DNs":"1234"})", kLeads77},
-      {3, R"({"DNs":"1234","Data":"01/01/2000"})", kLeads77},
-      {4, R"({"DNs":"1234","Status":"0","Nome":"X"})", kLeads77},
-      {5, R"({"DNs":"1234","Tabela":"LEADS"})", kLeads77},
-      {2, R"({"Cpf":"1","DataAtualizacao":"","DataReagendamento":"","IdLead":77,"Status":3})",
-       retorno(0, "Sucesso", "Status do lead 77 atualizado para 3")},
-      {6, R"({"DealerNumber":"1234"})",
-       R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},"Historico":[{"Acabamento":"","Cor":"","CpfCnpj":"","DataIntencao":"","Ddd":0,"Email":"","IdLead":77,"Modelo":"","Nome":"Davi","Opcionais":"","Status":3,"Telefone":0,"Preco":"","Origem":"","Mensagem":"","DataIntencaoAgendamento":"","Showroom":"","PreferenciaContato":""}]})"},
-  };
-  for (const auto& call : calls) EXPECT_EQ(integra(call.servico, call.request), call.reply);
-  EXPECT_EQ(sandbox_->updates().size(), 1u);
-  const Json novos = Json::parse(integra(7, R"({"DataHora":0})"));
-  EXPECT_EQ(novos["Status"]["Codigo"], 0);
-  ASSERT_EQ(novos["Novos"].size(), 1u) << novos.dump();
-  EXPECT_EQ(novos["Novos"][0]["IdLead"], 77);
-  for (int32_t servico : {0, 8, -1}) {
-    EXPECT_EQ(integra(servico, "{}"),
-              R"({"Status":{"Versao":"1.0","Codigo":297,"Descricao":"Serviço )" +
-                  std::to_string(servico) +
-                  R"x( desconhecido em IntegraLeadsVW (os serviços vão de 1 a 7)"}})x");
-  }
-  sandbox_->fault(Json::parse(R"([{"operation":"BuscaNovosLeads","mode":"soapfault",
-      "descricao":"Sem \"acesso\""}, {"operation":"BuscaHistLeads","mode":"http500"}])"));
-  EXPECT_EQ(integra(7, "{}"),
-            R"({"Status":{"Versao":"1.0","Codigo":297,"Descricao":"Sem \"acesso\""}})");
-  EXPECT_EQ(integra(6, "{}"),
-            R"({"Status":{"Versao":"1.0","Codigo":297,"Descricao":")" + http500 + "\"}}");
-}
-
-TEST_F(LibraryEditionTest, CEntryTakesANullRequestAsEmptyAndHidesEverythingElse) {
-  LeadsLibrary keepLoaded(libraryFile());
-  void* handle = dlopen(libraryFile().c_str(), RTLD_NOW | RTLD_NOLOAD);
-  ASSERT_NE(handle, nullptr);
-  auto integra = reinterpret_cast<char* (*)(int32_t, const char*)>(dlsym(handle, "IntegraLeadsVW"));
-  auto libera = reinterpret_cast<void (*)(char*)>(dlsym(handle, "IntegraLeadsVW_Libera"));
-  ASSERT_TRUE(integra && libera);
-  char* resposta = integra(1, nullptr);
-  ASSERT_NE(resposta, nullptr);
-  EXPECT_STREQ(resposta, R"({"Status":{"Codigo":200,"Descricao":"Parâmetros inválidos: JSON )"
-                         R"(malformado na posição 1","Versao":"1.0"},"Leads":[]})");
-  libera(resposta);
-  libera(nullptr);
-  EXPECT_EQ(dlsym(handle,
-                  "_ZN9vornleads10DLLMsgJSONERKNSt7__cxx1112basic_stringIcSt11char_"
-                  "traitsIcESaIcEEEi"),
-            nullptr);
-  dlclose(handle);
-}
-
-TEST(LeadsLibrary, FindsTheLibraryInTheHostDirectoryAndRefusesOtherFiles) {
-  TempDir dir("library-home");
-  const std::string file = (dir / "VornLeadsVW.dll").string();
-  const std::string cannot =
-      "Não foi possível carregar a biblioteca \"" + file + "\": " + file + ": ";
-  setHostDirectory(dir.path());
-  EXPECT_FALSE(bibliotecaPresente());
-  EXPECT_EQ(failure([] { LeadsLibrary missing; }),
-            cannot + "cannot open shared object file: No such file or directory");
-  writeFile(file, "not a library");
-  EXPECT_EQ(failure([&] { LeadsLibrary text(file); }).rfind(cannot, 0), 0u);
-  Dl_info info{};  // a real shared library without the entries
-  ASSERT_NE(dladdr(reinterpret_cast<void*>(&dlopen), &info), 0);
-  const std::string other = failure([&] { LeadsLibrary other(info.dli_fname); });
-  EXPECT_EQ(
-      other.rfind(
-          "A biblioteca \"" + std::string(info.dli_fname) + "\" não exporta IntegraLeadsVW: ", 0),
-      0u)
-      << other;
-  EXPECT_NE(other.find("undefined symbol: IntegraLeadsVW"), std::string::npos) << other;
-
-  setHostDirectory(binDir());
-  EXPECT_TRUE(bibliotecaPresente());
-  EXPECT_EQ(LeadsLibrary().file(), libraryFile());
-  setHostDirectory({});
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Text between encodings: the module boundary's code page, UTF-16, ASCII, upper case, and the
-// charset of an XML document as its Content-Type, declaration or byte-order mark names it.
+// charset of an XML document as its byte-order mark, Content-Type or declaration names it.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -101,6 +101,7 @@ TEST(XmlCharsetTest, EachDocumentReadsAsExpected) {
     return "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>" + rest;
   };
   const std::string bad = "! bytes inválidos para a codificação ", xml = "text/xml; charset=";
+  const std::string contradict = "! as codificações indicadas se contradizem: ";
   struct Row {
     std::string contentType, bytes, outcome;
   };
@@ -113,8 +114,15 @@ TEST(XmlCharsetTest, EachDocumentReadsAsExpected) {
       {"", "<?xml version='1.0' encoding = 'cp1252'?>" + latin1,
        "= <?xml version='1.0' encoding = 'cp1252'?><a>ação €</a>"},
       {xml + "\"\"", declared("latin1", latin1), "= " + declared("latin1", asLatin1)},
-      {xml + "windows-1252", declared("utf-8", latin1), "= " + declared("utf-8", "<a>ação €</a>")},
-      {"", "\xEF\xBB\xBF" + declared("ISO-8859-1", ""), "= ï»¿" + declared("ISO-8859-1", "")},
+      // Labels that disagree: the bytes settle it, or the labels are both named.
+      {"", "\xEF\xBB\xBF" + declared("ISO-8859-1", ""), "= " + declared("ISO-8859-1", "")},
+      {"", "\xEF\xBB\xBF" + declared("windows-1252", text), "= " + declared("windows-1252", text)},
+      {xml + "ISO-8859-1", declared("utf-8", text), "= " + declared("utf-8", text)},
+      {xml + "latin1", declared("utf-8", "<a/>"), "= " + declared("utf-8", "<a/>")},  // same either way
+      {xml + "windows-1252", declared("utf-8", latin1), contradict + "windows-1252 (Content-Type) e utf-8 (declaração XML)"},
+      {xml + "utf-8", declared("ISO-8859-1", latin1), contradict + "utf-8 (Content-Type) e ISO-8859-1 (declaração XML)"},
+      {"", utf16(declared("ISO-8859-1", text), true, true),
+       contradict + "UTF-16LE (marca de ordem de bytes) e ISO-8859-1 (declaração XML)"},
       {"", "<?xml encoding=latin1?>ç", "= <?xml encoding=latin1?>ç"},  // unquoted: not read
       {"", "<a encoding=\"latin1\">ç</a>", "= <a encoding=\"latin1\">ç</a>"},  // no declaration: not read
       {"", utf16(declared("UCS-2", text), true, true), "= " + declared("UCS-2", text)},
@@ -144,9 +152,13 @@ TEST(XmlCharsetTest, EachDocumentReadsAsExpected) {
   }
 
   const std::pair<const char*, const char*> charsets[] = {
-      {"text/xml; charset=\"UTF-8\"", "UTF-8"}, {"text/xml", ""}, {"a; b=c; Charset=x", "x"},
-      {"text/xml;charset = utf-8 ; q=1", "utf-8"}, {"text/xml; charset=\"\"", ""},
-      {"text/xml; charset=\"x", "\"x"}, {"text/xml; x=charset", ""}};
+      {"text/xml; charset=\"UTF-8\"", "UTF-8"},
+      {"text/xml", ""},
+      {"a; b=c; Charset=x", "x"},
+      {"text/xml;charset = utf-8 ; q=1", "utf-8"},
+      {"text/xml; charset=\"\"", ""},
+      {"text/xml; charset=\"x", "\"x"},
+      {"text/xml; x=charset", ""}};
   for (const auto& [contentType, charset] : charsets)
     EXPECT_EQ(xml::charsetOf(contentType), charset);
 }

@@ -4,14 +4,16 @@
 // invoke() returns the operation's string result. It raises SoapFault when the service
 // answered with a SOAP fault (what() is the fault's own text, as the service wrote it) and
 // VornError for everything else that keeps a result from arriving (connection refused,
-// time-out, a refused server certificate, HTTP error, a reply that is not SOAP or cannot be
-// read in its encoding, a result that refers to no element); those messages name the
+// time-out, a refused server certificate, HTTP error, a reply too large, a reply that is not
+// SOAP or cannot be read in its encoding or coding, a result that is not a string or refers to
+// no element); those messages name the
 // operation, the endpoint without any user or password it may carry, and the cause, e.g.
 //   Falha ao chamar a operação BuscaLeads em http://host:8080/soap: conexão recusada
 // Objects are shared through std::shared_ptr: whoever holds a reference keeps it alive, so a
 // client handed to GetIVornLeadsVW is never freed under its owner. One thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -58,6 +60,12 @@ class SoapHttpClient {
   int receiveTimeoutMs() const { return receiveTimeoutMs_; }
   void setReceiveTimeoutMs(int milliseconds) { receiveTimeoutMs_ = milliseconds; }
 
+  // The largest reply kept, in bytes after decompression; a larger one fails the call. The
+  // default is VORNLEADS_MAX_REPLY_BYTES when it holds a positive number, else
+  // kDefaultMaxReplyBytes: the library edition's facades take it from there.
+  std::size_t maxReplyBytes() const { return maxReplyBytes_; }
+  void setMaxReplyBytes(std::size_t bytes) { maxReplyBytes_ = bytes; }
+
   // Calls one operation of a registered interface (see invocation_registry.h) with its single
   // string parameter "Parametros" and returns the result text.
   std::string invoke(const std::string& interfaceName, const std::string& operation,
@@ -70,6 +78,7 @@ class SoapHttpClient {
   std::string service_;
   std::string port_;
   int receiveTimeoutMs_ = 0;
+  std::size_t maxReplyBytes_;
 };
 
 // The address as it may appear in a message: "user:password@" removed from the authority.
