@@ -20,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 // Whether the request this thread serves ran past its bound (see requestCutOff()).
 thread_local bool cutOff = false;
+thread_local Clock::time_point requestDeadline = Clock::time_point::max();
 
 constexpr std::chrono::seconds kWriteBound{5};
 constexpr std::chrono::seconds kLingerBound{2};
@@ -124,6 +125,7 @@ class BoundedStream : public httplib::Stream {
 
   void startRequest(Clock::time_point deadline) {
     deadline_ = deadline;
+    requestDeadline = deadline;
     cutOff = false;
     firstLine_.clear();
     written_ = 0;
@@ -132,7 +134,9 @@ class BoundedStream : public httplib::Stream {
   const std::string& firstLine() const { return firstLine_; }
 
   bool is_readable() const override {
-    return channel_.pending() || ready(channel_.socket(), POLLIN, deadline_);
+    if (channel_.pending() || ready(channel_.socket(), POLLIN, deadline_)) return true;
+    cutOff = Clock::now() >= deadline_;
+    return false;
   }
   bool is_writable() const override {
     return ready(channel_.socket(), POLLOUT, Clock::now() + kWriteBound);
@@ -289,7 +293,7 @@ class BoundedTlsServer : public Bounded<httplib::SSLServer> {
 
 }  // namespace
 
-bool requestCutOff() { return cutOff; }
+bool requestCutOff() { return cutOff || Clock::now() >= requestDeadline; }
 
 std::string cutOffMessage() {
   return "the request did not arrive within " + std::to_string(kRequestBound.count()) + " s";

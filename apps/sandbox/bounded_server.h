@@ -19,8 +19,8 @@ namespace vornleads::sandbox {
 
 inline constexpr std::chrono::seconds kRequestBound{5};
 
-// Whether the request being served on this thread ran past kRequestBound before it was read
-// whole; for the error handler, which then answers 408 with cutOffMessage().
+// Whether the request being served on this thread ran past kRequestBound; for the error
+// handler, which then answers 408 with cutOffMessage().
 bool requestCutOff();
 std::string cutOffMessage();
 
