@@ -57,8 +57,5 @@ class Settings {
   std::map<std::string, SettingValue> values_;
 };
 
-// text with the password of a URI ("scheme://user:password@") or of an ODBC connection string
-// ("PWD=...;") replaced by "***".
-std::string maskPassword(const std::string& text);
 
 }  // namespace vornleads::cli
