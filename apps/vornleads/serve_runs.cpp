@@ -11,7 +11,6 @@
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/text/datetime.h"
 
 namespace vornleads::cli {
 namespace {
@@ -84,20 +83,6 @@ std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db,
 }
 
 }  // namespace
-
-void reportLine(const std::string& message) {
-  std::string text = message;
-  while (!text.empty() && (text.back() == '\r' || text.back() == '\n')) text.pop_back();
-  std::string line = FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " ";
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\r' && text[i] != '\n') {
-      line += text[i];
-    } else if (text[i] == '\n' || i + 1 == text.size() || text[i + 1] != '\n') {
-      line += " / ";
-    }
-  }
-  std::cerr << line << std::endl;
-}
 
 void runIntake(const ServeSettings& settings) {
   SteadyClock::time_point cycleStart = SteadyClock::now();

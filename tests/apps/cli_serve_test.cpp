@@ -265,6 +265,23 @@ TEST_F(CliServeTest, StatusPortInUseEndsTheServiceAtStart) {
                          std::to_string(port) + ": Address already in use\n");
 }
 
+// With standard error the journal's stream, each report line starts with its syslog priority
+// and has no time stamp of its own; a database away makes every run fail.
+TEST_F(CliServeTest, ReportLinesForTheJournalCarryTheirPriority) {
+  const std::string file = (scratch_ / "journal").string();
+  environment_ = "exec 2>" + file + "; JOURNAL_STREAM=$(stat -c %d:%i " + file +
+                 ") timeout --preserve-status -s TERM 3";
+  const CliRun run = bare("--db " + (scratch_ / "none.fdb").string() + " --home " +
+                          home_.path().string() + " serve --intake-every 0.5 --resend-every 600");
+  EXPECT_EQ(run.status, 0);
+  const std::string journal = readFile(file);
+  EXPECT_EQ(journal.rfind("<6>serve: intake every 0.5 s, resend every 600 s, library ", 0), 0u)
+      << journal;
+  EXPECT_GE(occurrences(journal, "\n<3>intake failed: database unavailable"), 2u) << journal;
+  EXPECT_NE(journal.find("\n<3>resend failed: database unavailable"), std::string::npos);
+  EXPECT_NE(journal.find("\n<6>serve: stopped by SIGTERM\n"), std::string::npos) << journal;
+}
+
 // The notifications of a Type=notify unit, read from a socket of the test's own.
 TEST_F(CliServeTest, TellsSystemdReadyFeedsTheWatchdogInPausesAndSaysStopping) {
   const int sock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
