@@ -1,6 +1,6 @@
 // The status server of `vornleads serve --status-port`: plain HTTP on a port of its own,
 // answering GET /health and GET /metrics from threads of its own (two), while the service
-// works on. Anything else gets 404.
+// works on. Another method on those pages gets 405 with "Allow: GET"; any other page 404.
 //
 // The constructor listens before it returns, so that the service can tell systemd it is
 // ready; a port it cannot listen on (in use, not allowed, an address not of this machine)
