@@ -66,6 +66,7 @@ ConnectionTarget firebirdEmbedded(const std::string& path, const std::string& ur
   target.backend = "firebird";
   target.connectString = "service=" + quotedValue(path, "path", uri) + " user=SYSDBA charset=UTF8";
   target.description = path;
+  target.embeddedFile = path;
   return target;
 }
 

@@ -11,6 +11,7 @@ struct ConnectionTarget {
   std::string connectString;  // SOCI connect string; holds the password, never shown
   std::string description;    // the database for messages, its password masked (maskPassword)
   std::string password;       // kept only to scrub it from messages that echo it
+  std::string embeddedFile;   // the file of an embedded Firebird database, else ""
 };
 
 // Parses:

@@ -1,9 +1,11 @@
 #include "data/firebird_create.h"
-#include "data/firebird_shared_mode.h"
 
 #include <ibase.h>
 
+#include "data/firebird_lock_directory.h"
+#include "data/firebird_shared_mode.h"
 #include "data/firebird_status.h"
+#include "vornleads/data/sql_connection.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
@@ -38,10 +40,16 @@ std::string quoted(const std::string& text) {
   return result + "'";
 }
 
+// The engine's set-up before an attachment of its own: shared mode, the file's lock directory.
+void prepareEngineFor(const std::string& path) {
+  useSharedEmbeddedFirebird();
+  useFirebirdLockDirectoryFor(path, ConnectionOptions{}.connectTimeoutSeconds);
+}
+
 }  // namespace
 
 void createFirebirdDatabaseFile(const std::string& path) {
-  useSharedEmbeddedFirebird();
+  prepareEngineFor(path);
   const std::string sql = "CREATE DATABASE " + quoted(path) +
                           " USER 'SYSDBA' PAGE_SIZE 8192 DEFAULT CHARACTER SET UTF8";
   Attachment attachment;
@@ -58,7 +66,7 @@ void createFirebirdDatabaseFile(const std::string& path) {
 namespace vornleads {
 
 void setFirebirdForcedWrites(const std::string& path, bool on) {
-  useSharedEmbeddedFirebird();
+  prepareEngineFor(path);
   const std::string user = "SYSDBA";
   std::string parameters;
   parameters += static_cast<char>(isc_dpb_version1);

@@ -1,4 +1,6 @@
-// Creation of an empty embedded Firebird database file through the client library.
+// Creation of an empty embedded Firebird database file through the client library. Both calls
+// attach through the file's lock directory (data/firebird_lock_directory.h) and raise its
+// DatabaseError when that cannot be used.
 #pragma once
 
 #include <string>

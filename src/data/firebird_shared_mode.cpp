@@ -1,5 +1,7 @@
 #include "data/firebird_shared_mode.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -8,6 +10,9 @@
 #include <mutex>
 #include <string>
 #include <system_error>
+#include <vector>
+
+#include "data/file_descriptor.h"
 
 namespace vornleads {
 namespace {
@@ -37,6 +42,38 @@ void writeConfiguration(const fs::path& root) {
   if (error) fs::remove(scratch, error);
 }
 
+}  // namespace
+
+bool isPrivateDirectory(const std::string& path) {
+  // Opened without following a last-component link, and checked on what was opened: a link
+  // or a directory swapped in between a check and a use cannot pass.
+  const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!fd.valid()) return false;
+  struct stat status {};
+  bool own = fstat(fd.get(), &status) == 0 && S_ISDIR(status.st_mode) &&
+             status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  // A root of our own that earlier versions left readable by others is closed; nobody else
+  // could have written into it.
+  if (own && (status.st_mode & 077) != 0) own = fchmod(fd.get(), 0700) == 0;
+  return own;
+}
+
+std::string privateFirebirdRoot(const std::string& parent) {
+  const std::string usual = parent + "/vornleads-firebird-" + std::to_string(geteuid());
+  // EEXIST is fine here: whatever is there must pass the check below.
+  (void)mkdir(usual.c_str(), 0700);
+  if (isPrivateDirectory(usual)) return usual;
+  // Someone else made that name first (or a link sits there): a fresh directory of this
+  // process instead, never theirs.
+  std::vector<char> pattern(usual.begin(), usual.end());
+  for (char ch : std::string("-XXXXXX")) pattern.push_back(ch);
+  pattern.push_back('\0');
+  if (mkdtemp(pattern.data()) == nullptr) return "";
+  return pattern.data();
+}
+
+namespace {
+
 void prepare() {
   const char* chosen = std::getenv("FIREBIRD");
   if (chosen != nullptr && *chosen != '\0') return;
@@ -44,9 +81,9 @@ void prepare() {
   std::error_code error;
   if (!fs::exists(installed / "plugins", error)) return;
 
-  const fs::path root = fs::temp_directory_path() / ("vornleads-firebird-" + std::to_string(getuid()));
-  fs::create_directories(root, error);
-  if (error) return;  // without a root of our own the library's defaults still work
+  const std::string name = privateFirebirdRoot(fs::temp_directory_path(error).string());
+  if (name.empty()) return;  // without a root of our own the library's defaults still work
+  const fs::path root = name;
   for (const char* entry :
        {"plugins", "intl", "UDF", "firebird.msg", "plugins.conf", "lib", "include"}) {
     if (fs::exists(installed / entry, error) && !fs::exists(root / entry, error)) {

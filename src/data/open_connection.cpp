@@ -1,4 +1,5 @@
 #include "data/connection_uri.h"
+#include "data/firebird_lock_directory.h"
 #include "data/firebird_shared_mode.h"
 #include "data/soci_connection.h"
 #include "vornleads/data/sql_connection.h"
@@ -17,6 +18,8 @@ std::unique_ptr<SqlConnection> OpenConnection(const std::string& uri,
         "");
   }
   if (target.backend == "firebird") useSharedEmbeddedFirebird();
+  if (!target.embeddedFile.empty())
+    useFirebirdLockDirectoryFor(target.embeddedFile, options.connectTimeoutSeconds);
   return std::make_unique<SociConnection>(target, options);
 }
 

@@ -9,27 +9,12 @@
 #include <cstring>
 #include <optional>
 
+#include "data/file_descriptor.h"
 #include "package/text_lines.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
 namespace {
-
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
 
 [[noreturn]] void failWrite(const std::filesystem::path& file, int error) {
   throw VornError("Não foi possível gravar o arquivo \"" + file.string() +

@@ -1,7 +1,8 @@
 // TestDatabase: a fresh embedded Firebird DMS database (with or without the sample company/branch
-// 1.1) in a temporary directory removed with the object; about a second to create. A program
-// linking it runs embedded Firebird as SuperClassic, so that the programs it starts and isql-fb
-// can open the file while the test holds connections to it.
+// 1.1), removed with the object; about a second to create. A program linking it runs embedded
+// Firebird as SuperClassic, so that the programs it starts and isql-fb can open the file while
+// the test holds connections to it. Every database of one test program lies in one temporary
+// directory, and so shares one lock directory: a process's engine keeps the first it uses.
 #pragma once
 
 #include <filesystem>
@@ -16,6 +17,7 @@ namespace vornleads::test {
 class TestDatabase {
  public:
   explicit TestDatabase(bool sample = true);
+  ~TestDatabase();
   TestDatabase(const TestDatabase&) = delete;
   TestDatabase& operator=(const TestDatabase&) = delete;
 
@@ -27,7 +29,6 @@ class TestDatabase {
   std::string isql(const std::string& sql) const;
 
  private:
-  TempDir dir_;
   std::filesystem::path path_;
 };
 
