@@ -9,8 +9,9 @@
 //
 // With a status port, GET /health and GET /metrics answer on it (serve_health.h). Under
 // systemd (Type=notify) the service says READY=1 once the status server listens, before the
-// first cycle, STOPPING=1 when it sees the stop, and feeds the watchdog while it works
-// (watchdog.h).
+// first cycle, STATUS= with the last cycle's and pass's report, STOPPING=1 when it sees the
+// stop, and feeds the watchdog while it works (watchdog.h). At the first intake cycle of each
+// day it deletes the log files older than log-keep-days (log_retention.h).
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -20,6 +21,7 @@
 
 #include "command.h"
 #include "data/firebird_shared_mode.h"
+#include "log_retention.h"
 #include "serve_health.h"
 #include "serve_runs.h"
 #include "serve_schedule.h"
@@ -67,10 +69,12 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
                        "seconds between resend passes (default: VORNLEADS_RESEND_EVERY, the "
                        "configuration file's resend-every, 900; fractions allowed)")
           ->check(kIntervalRange);
-  command
-      ->add_option("--retry-delay", options->retryDelay,
-                   "pause before a repeated intake cycle, in milliseconds (default 30000)")
-      ->check(CLI::NonNegativeNumber);
+  CLI::Option* retryDelay =
+      command
+          ->add_option("--retry-delay", options->retryDelay,
+                       "pause before a repeated intake cycle, in milliseconds (default: "
+                       "VORNLEADS_RETRY_DELAY, the configuration file's retry-delay, 30000)")
+          ->check(CLI::NonNegativeNumber);
   CLI::Option* statusPort =
       command
           ->add_option("--status-port", options->statusPort,
@@ -82,7 +86,8 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
       "--status-bind", options->statusBind,
       "the status server's address (default: VORNLEADS_STATUS_BIND, the configuration file's "
       "status-bind, 127.0.0.1)");
-  command->callback([options, intakeEvery, resendEvery, statusPort, statusBind, &context] {
+  command->callback([options, intakeEvery, resendEvery, retryDelay, statusPort, statusBind,
+                     &context] {
     // Without the option, the environment, the configuration file or the default decides.
     if (intakeEvery->count() == 0) {
       options->intakeEvery = std::stod(context.settings.value("intake-every"));
@@ -94,6 +99,9 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
       options->statusPort = std::stoi(context.settings.value("status-port"));
     }
     if (statusBind->count() == 0) options->statusBind = context.settings.value("status-bind");
+    if (retryDelay->count() == 0) {
+      options->retryDelay = std::stoi(context.settings.value("retry-delay"));
+    }
     const LeadsLibrary library;
     leaveStopSignalsToHost();
     ServeSettings settings;
@@ -121,11 +129,21 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
                secondsText(options->resendEvery) + " s, library " + library.file().string() +
                (status ? ", status on " + status->url() : ""));
     settings.watchdog->ready();
+    // systemctl status shows the last cycle's and pass's report.
+    observeReports([watchdog = settings.watchdog](const std::string& report) {
+      watchdog->runReported(report);
+    });
+    LogRetention retention(std::stoi(context.settings.value("log-keep-days")));
     FeedingPause pause(settings.stop, settings.watchdog);
-    runSchedule({{interval(options->intakeEvery), [&settings] { runIntake(settings); }},
+    runSchedule({{interval(options->intakeEvery),
+                  [&settings, &retention] {
+                    retention.atCycleStart();
+                    runIntake(settings);
+                  }},
                  {interval(options->resendEvery), [&settings] { runResend(settings); }}},
                 pause, *settings.stop);
     settings.watchdog->stopping();
+    observeReports(nullptr);
     reportLine("serve: stopped by " + settings.stop->signalName());
   });
 });
