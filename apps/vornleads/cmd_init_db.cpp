@@ -1,9 +1,13 @@
-// vornleads init-db [--sample]: creates the DMS database file named by --db.
+// vornleads init-db [--sample]: creates the DMS database file named by --db. SIGINT or
+// SIGTERM while the file is being made lets the creation end, then removes the new file: the
+// stop line, exit status 1, nothing created.
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "command.h"
+#include "command_stop.h"
 #include "vornleads/data/schema.h"
 #include "vornleads/error.h"
 
@@ -33,7 +37,16 @@ const RegisterCommand registration(10, [](CLI::App& app, CommandContext& context
                     "add one company/branch (1.1) configured for the integration");
   command->callback([options, &context] {
     const std::string path = embeddedPath(context.global.db);
-    CreateDatabase(path, options->sample);
+    const CommandStop stop("init-db");
+    CreateDatabase(path, options->sample, context.settings.connection());
+    if (stop.requested()) {
+      std::error_code error;
+      std::filesystem::remove(path, error);
+      stop.report(context,
+                  "the new file " + path +
+                      (error ? " could not be removed: " + error.message() : " was removed"));
+      return;
+    }
     size_t tables = 0;
     for (const std::string& statement : SchemaStatements()) {
       if (statement.rfind("CREATE TABLE", 0) == 0) ++tables;

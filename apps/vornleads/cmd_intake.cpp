@@ -1,11 +1,14 @@
 // vornleads intake [--retry-delay MS]: one intake cycle (buscarLeads) on the --db database,
-// through the library edition VornLeadsVW.dll of the host directory.
+// through the library edition VornLeadsVW.dll of the host directory. SIGINT or SIGTERM ends
+// it after the lead in hand (the pause before a repeated cycle cut short): the summary of what
+// was done, then the stop line and exit status 1.
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "command.h"
+#include "command_stop.h"
 #include "summaries.h"
 #include "terminal_progress.h"
 #include "vornleads/data/aplicacao.h"
@@ -39,13 +42,16 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
     if (retryDelay->count() == 0) {
       options->retryDelay = std::stoi(context.settings.value("retry-delay"));
     }
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("intake");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const LeadsLibrary library;
+    if (stop.report(context)) return;
     TAplicacaoLibrary aplicacao;
     TLeadsVWMetodosClass worker(aplicacao, *connection);
     worker.IntegraLeadsVW = library.bind();
     worker.setIntervaloRepeticao(options->retryDelay);
-    const auto progress = std::make_shared<TerminalProgress>("intake: lead", nullptr);
+    worker.setPause(stop.signal());
+    const auto progress = std::make_shared<TerminalProgress>("intake: lead", stop.signal().get());
     worker.setRunControl(progress);
     try {
       worker.buscarLeads();
@@ -56,7 +62,8 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
       if (worker.totais().leadsLidos > 0) std::cout << resumo(worker.totais()) << "\n";
       throw;
     }
-    std::cout << resumo(worker.totais()) << "\n";
+    std::cout << resumo(worker.totais()) << std::endl;
+    stop.report(context);
   });
 });
 

@@ -1,13 +1,15 @@
 // vornleads leads [--lead ID] [--since YYYY-MM-DD] [--limit N] [--json] [--wide]: the lead
 // links (CAC_LEAD_CONTATO) with their contact, the contact's customer and situation, and the
 // integration flag; --since keeps the contacts dated on or after that day. Read-only, ordered
-// by lead; with --limit, the N newest contacts, newest first.
+// by lead; with --limit, the N newest contacts, newest first. SIGINT or SIGTERM: nothing
+// shown, the stop line, exit status 1.
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "command.h"
+#include "command_stop.h"
 #include "view_options.h"
 #include "view_table.h"
 #include "vornleads/data/geral.h"
@@ -46,13 +48,15 @@ const RegisterCommand registration(60, [](CLI::App& app, CommandContext& context
   command->add_option("--lead", options->lead, "only this VW lead identifier");
   addViewOptions(*command, options->view, true);
   command->callback([options, &context] {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("leads");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const SqlRowSet rows = connection->query(leadsSql(*options, BuscaBanco(*connection)));
     ViewTable table({"ID_LEAD_VW", "EMPRESA", "REVENDA", "CONTATO", "DTA_CONTATO", "CLIENTE",
                      "NOME", "SITUACAO", "INTEGRANDO"},
                     {"NOME"});
     for (size_t i = 0; i < rows.rows.size(); ++i) table.add(rows, i);
     if (options->view.limit) table.keepNewest("DTA_CONTATO", *options->view.limit);
+    if (stop.report(context)) return;
     table.print(std::cout, options->view.json, tableWidth(options->view));
   });
 });

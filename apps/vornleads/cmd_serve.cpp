@@ -7,13 +7,21 @@
 // library edition that cannot be loaded or a status port it cannot listen on ends the service
 // at start (exit status 1).
 //
-// With a status port, GET /health and GET /metrics answer on it (serve_health.h). Under
+// SIGHUP reads the configuration file again between runs (a pause between runs is cut short
+// for it) and reports the outcome in one line; a file that no longer parses is reported and
+// the settings in force stay. Options given on the command line keep beating the file.
+//
+// With a status port, GET /health and GET /metrics answer on it (serve_health.h), each within
+// about a second whatever the database does (database_probe.h). Under
 // systemd (Type=notify) the service says READY=1 once the status server listens, before the
 // first cycle, STATUS= with the last cycle's and pass's report, STOPPING=1 when it sees the
 // stop, and feeds the watchdog while it works (watchdog.h). At the first intake cycle of each
 // day it deletes the log files older than log-keep-days (log_retention.h).
 #include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -21,6 +29,7 @@
 
 #include "command.h"
 #include "data/firebird_shared_mode.h"
+#include "database_probe.h"
 #include "log_retention.h"
 #include "serve_health.h"
 #include "serve_runs.h"
@@ -53,10 +62,63 @@ std::string secondsText(double seconds) {
   return text.str();
 }
 
+// How long a scrape waits for the database probe.
+constexpr std::chrono::seconds kProbePatience(1);
+
+// Settings whose new value takes effect only when the service starts again: the library
+// edition reads the endpoint, the code page and the receive time-out once, from the host
+// directory it was loaded from, and the status server is bound. The intervals, the database,
+// lock-timeout, connect-timeout and ca-file (read at each call) take effect at once.
+const char* const kRestartOnly[] = {"endpoint",           "home",        "codepage",
+                                    "receive-timeout-ms", "status-port", "status-bind"};
+
+// What the serve command line fixed, and what the settings decide otherwise.
+struct ServeSources {
+  bool intakeEvery, resendEvery, retryDelay;
+};
+
+// The settings' values into the service's, where no serve option fixed them.
+void applySettings(const Settings& from, const ServeSources& fixed, ServeOptions& options,
+                   ServeSettings& settings) {
+  if (!fixed.intakeEvery) options.intakeEvery = std::stod(from.value("intake-every"));
+  if (!fixed.resendEvery) options.resendEvery = std::stod(from.value("resend-every"));
+  if (!fixed.retryDelay) options.retryDelay = std::stoi(from.value("retry-delay"));
+  settings.retryDelay = options.retryDelay;
+  settings.db = from.value("db");
+  settings.connection = from.connection();
+}
+
+// Reads the configuration again into `context.settings`; the settings in force stay when it
+// fails. Reports the outcome either way.
+bool reloadSettings(CommandContext& context) {
+  Settings fresh = context.settings;
+  try {
+    fresh.reload();
+  } catch (const std::exception& error) {
+    reportLine(std::string("serve: SIGHUP: configuration not reloaded, the settings in force "
+                           "stay: ") +
+               error.what());
+    return false;
+  }
+  std::string later;
+  for (const char* key : kRestartOnly) {
+    if (fresh.value(key) != context.settings.value(key))
+      later += (later.empty() ? "" : ", ") + std::string(key);
+  }
+  context.settings = fresh;
+  const std::string file = fresh.fileInUse();
+  reportLine("serve: SIGHUP: configuration reloaded" +
+             (file.empty() ? std::string(" (no configuration file)") : " from " + file) +
+             (later.empty() ? "" : "; changed, in force after a restart: " + later));
+  return true;
+}
+
 const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App* command =
-      app.add_subcommand("serve", "run intake and resend on a schedule until SIGINT or SIGTERM");
+      app.add_subcommand("serve",
+                         "run intake and resend on a schedule until SIGINT or SIGTERM; SIGHUP "
+                         "reads the configuration file again between runs");
   CLI::Option* intakeEvery =
       command
           ->add_option("--intake-every", options->intakeEvery,
@@ -89,39 +151,34 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
   command->callback([options, intakeEvery, resendEvery, retryDelay, statusPort, statusBind,
                      &context] {
     // Without the option, the environment, the configuration file or the default decides.
-    if (intakeEvery->count() == 0) {
-      options->intakeEvery = std::stod(context.settings.value("intake-every"));
-    }
-    if (resendEvery->count() == 0) {
-      options->resendEvery = std::stod(context.settings.value("resend-every"));
-    }
+    const ServeSources fixed{intakeEvery->count() > 0, resendEvery->count() > 0,
+                             retryDelay->count() > 0};
     if (statusPort->count() == 0 && !context.settings.value("status-port").empty()) {
       options->statusPort = std::stoi(context.settings.value("status-port"));
     }
     if (statusBind->count() == 0) options->statusBind = context.settings.value("status-bind");
-    if (retryDelay->count() == 0) {
-      options->retryDelay = std::stoi(context.settings.value("retry-delay"));
-    }
     const LeadsLibrary library;
     leaveStopSignalsToHost();
     ServeSettings settings;
-    settings.db = context.global.db;
+    applySettings(context.settings, fixed, *options, settings);
     settings.bridge = library.bind();
     settings.stop = std::make_shared<StopSignal>();
-    settings.retryDelay = options->retryDelay;
+    settings.stop->watchHangup();
     settings.metrics = std::make_shared<ServeMetrics>();
     settings.watchdog = std::make_shared<Watchdog>(systemdNotifier(), systemdWatchdogInterval());
 
     // The embedded engine's set-up touches the environment: done before other threads start.
     useSharedEmbeddedFirebird();
+    std::shared_ptr<DatabaseProbe> probe;
     std::unique_ptr<StatusServer> status;
     if (options->statusPort >= 0) {
-      const std::string db = settings.db;
+      probe = std::make_shared<DatabaseProbe>(probeJournal, kProbePatience);
+      probe->setTarget(settings.db, settings.connection);
       const std::shared_ptr<const ServeMetrics> metrics = settings.metrics;
       status = std::make_unique<StatusServer>(
           options->statusBind, options->statusPort,
-          StatusPages{[db, metrics] { return healthAnswer(*metrics, probeJournal(db)); },
-                      [db, metrics] { return metricsAnswer(*metrics, probeJournal(db)); }});
+          StatusPages{[probe, metrics] { return healthAnswer(*metrics, probe->answer()); },
+                      [probe, metrics] { return metricsAnswer(*metrics, probe->answer()); }});
     }
 
     // The database URI stays out of the report: a server's may hold its password.
@@ -134,17 +191,34 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
       watchdog->runReported(report);
     });
     LogRetention retention(std::stoi(context.settings.value("log-keep-days")));
-    FeedingPause pause(settings.stop, settings.watchdog);
-    runSchedule({{interval(options->intakeEvery),
-                  [&settings, &retention] {
-                    retention.atCycleStart();
-                    runIntake(settings);
-                  }},
-                 {interval(options->resendEvery), [&settings] { runResend(settings); }}},
-                pause, *settings.stop);
+    FeedingPause pause(settings.stop, settings.watchdog, true);
+    std::vector<ScheduledJob> jobs{{interval(options->intakeEvery),
+                                    [&settings, &retention] {
+                                      retention.atCycleStart();
+                                      runIntake(settings);
+                                    }},
+                                   {interval(options->resendEvery), [&settings] { runResend(settings); }}};
+    const auto betweenRuns = [&] {
+      if (!settings.stop->takeHangup() || !reloadSettings(context)) return;
+      applySettings(context.settings, fixed, *options, settings);
+      retention.setKeepDays(std::stoi(context.settings.value("log-keep-days")));
+      jobs[0].every = interval(options->intakeEvery);
+      jobs[1].every = interval(options->resendEvery);
+      if (probe) probe->setTarget(settings.db, settings.connection);
+      reportLine("serve: intake every " + secondsText(options->intakeEvery) + " s, resend every " +
+                 secondsText(options->resendEvery) + " s");
+    };
+    runSchedule(jobs, pause, *settings.stop, betweenRuns);
     settings.watchdog->stopping();
     observeReports(nullptr);
+    status.reset();
     reportLine("serve: stopped by " + settings.stop->signalName());
+    if (probe && probe->busy()) {
+      // A probe hanging in the database would hold the engine's shutdown at exit as long as
+      // the database hangs: the work is done and said, so the process ends here.
+      std::cout.flush();
+      std::_Exit(0);
+    }
   });
 });
 

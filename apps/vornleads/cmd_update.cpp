@@ -8,11 +8,15 @@
 // was journalled and not sent (for resend to retry); the reason goes to standard error. 1
 // also when the update raised an error.
 // Rejections are reported to the branch's users on standard error, this host's message box.
+// SIGINT or SIGTERM lets the update in hand finish (sent and journalled, or journalled
+// unsent), then ends the command with the stop line and exit status 1; before the update has
+// begun, nothing is sent or journalled.
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "command.h"
+#include "command_stop.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/service/leads_library.h"
@@ -60,8 +64,10 @@ const RegisterCommand registration(30, [](CLI::App& app, CommandContext& context
   data->needs(resend);
 
   command->callback([options, &context] {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("update");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const LeadsLibrary library;
+    if (stop.report(context)) return;
     TAtualizaLeadsVW worker(*connection);
     worker.IntegraLeadsVW = library.bind();
     worker.envioExternoMensagem = avisaUsuario;
@@ -70,14 +76,15 @@ const RegisterCommand registration(30, [](CLI::App& app, CommandContext& context
       std::cerr << "vornleads: update journalled, not sent: "
                 << semQuebraFinal(worker.mensagemErro()) << "\n";
       context.exitCode = 1;
-      return;
+    } else {
+      std::cout << resposta->AsJSON() << std::endl;
+      if (resposta->Status && resposta->Status->Codigo > 0) {
+        std::cerr << "vornleads: update not accepted: código " << resposta->Status->Codigo << ": "
+                  << resposta->Status->Descricao << "\n";
+        context.exitCode = 1;
+      }
     }
-    std::cout << resposta->AsJSON() << "\n";
-    if (resposta->Status && resposta->Status->Codigo > 0) {
-      std::cerr << "vornleads: update not accepted: código " << resposta->Status->Codigo << ": "
-                << resposta->Status->Descricao << "\n";
-      context.exitCode = 1;
-    }
+    stop.report(context);
   });
 });
 

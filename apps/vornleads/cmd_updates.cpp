@@ -2,7 +2,7 @@
 // the rows of the update journal (CAC_ATUALIZACOES_LEADVW), ordered by lead and sequence.
 // --unsent shows exactly the rows the next resend pass will pick up, in the order it will send
 // them; --since keeps the rows dated on or after that day; --limit the N newest, newest first.
-// Read-only.
+// Read-only. SIGINT or SIGTERM: nothing shown, the stop line, exit status 1.
 #include <iostream>
 #include <map>
 #include <memory>
@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "command.h"
+#include "command_stop.h"
 #include "view_options.h"
 #include "view_table.h"
 #include "vornleads/data/conexao_simplificada.h"
@@ -46,7 +47,8 @@ const RegisterCommand registration(61, [](CLI::App& app, CommandContext& context
   command->add_option("--lead", options->lead, "only this VW lead identifier");
   addViewOptions(*command, options->view, true);
   command->callback([options, &context] {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(context.global.db);
+    const CommandStop stop("updates");
+    const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const SqlRowSet rows = connection->query(updatesSql(*options, BuscaBanco(*connection)));
     ViewTable table({"ID_LEAD_VW", "SEQUENCIA", "STATUS_LEAD", "DTA_ATUALIZACAO", "ENVIOU",
                      "CODIGO_ERRO", "DESCRICAO_ERRO", "USUARIO"},
@@ -66,6 +68,7 @@ const RegisterCommand registration(61, [](CLI::App& app, CommandContext& context
       }
     }
     if (options->view.limit) table.keepNewest("DTA_ATUALIZACAO", *options->view.limit);
+    if (stop.report(context)) return;
     table.print(std::cout, options->view.json, tableWidth(options->view));
   });
 });

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "settings.h"
@@ -16,12 +17,17 @@ struct GlobalOptions {
   std::string db;        // --db, else VORNLEADS_DB, the file's db, ./dms.fdb
   std::string endpoint;  // --endpoint, else VORNLEADS_ENDPOINT, the file's (into the environment)
   std::string home;      // --home, else VORNLEADS_HOME, the file's (into the environment)
+  std::string lockTimeout;     // --lock-timeout, validated with the other settings
+  std::string connectTimeout;  // --connect-timeout, likewise
 };
 
 struct CommandContext {
   GlobalOptions global;
   Settings settings;  // every setting with its source, resolved before any command runs
-  int exitCode = 0;  // a command's callback sets it when it ends other than with success
+  int exitCode = 0;   // a command's callback sets it when it ends other than with success
+
+  // The --db database, opened with the lock-timeout and connect-timeout in force.
+  std::unique_ptr<SqlConnection> openDatabase() const;
 };
 
 // A command adds its subcommand to the app and sets the subcommand's callback. The callback

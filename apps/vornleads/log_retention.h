@@ -25,6 +25,8 @@ class LogRetention {
 
   // Deletes the expired files once a day (the first call of each day); reports what it did.
   void atCycleStart();
+  // A new log-keep-days (a reloaded configuration), in force from the next day's first cycle.
+  void setKeepDays(int keepDays) { keepDays_ = keepDays; }
 
  private:
   int keepDays_;

@@ -15,6 +15,10 @@ std::multimap<int, CommandSetup>& commands() {
 
 }  // namespace
 
+std::unique_ptr<SqlConnection> CommandContext::openDatabase() const {
+  return OpenConnection(global.db, settings.connection());
+}
+
 RegisterCommand::RegisterCommand(int order, CommandSetup setup) {
   commands().emplace(order, std::move(setup));
 }
@@ -35,10 +39,20 @@ int main(int argc, char** argv) {
                  "leads service URL (default: VORNLEADS_ENDPOINT or the built-in one)");
   app.add_option("--home", context.global.home,
                  "host directory: log files and VornLeadsVW.dll (default: VORNLEADS_HOME)");
+  app.add_option("--lock-timeout", context.global.lockTimeout,
+                 "seconds a statement waits for a row another transaction holds (default: "
+                 "VORNLEADS_LOCK_TIMEOUT or 60)");
+  app.add_option("--connect-timeout", context.global.connectTimeout,
+                 "seconds opening the database may take (default: VORNLEADS_CONNECT_TIMEOUT or "
+                 "30)");
   app.parse_complete_callback([&context] {
     GlobalOptions& global = context.global;
-    context.settings.resolve(
-        {{"db", global.db}, {"endpoint", global.endpoint}, {"home", global.home}}, global.config);
+    context.settings.resolve({{"db", global.db},
+                              {"endpoint", global.endpoint},
+                              {"home", global.home},
+                              {"lock-timeout", global.lockTimeout},
+                              {"connect-timeout", global.connectTimeout}},
+                             global.config);
     // The endpoint and the host directory reach the library edition through the environment,
     // as they would for any host process; set them before any command runs.
     if (!global.endpoint.empty()) setenv("VORNLEADS_ENDPOINT", global.endpoint.c_str(), 1);

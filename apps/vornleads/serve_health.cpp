@@ -1,9 +1,9 @@
 #include "serve_health.h"
 
+#include <algorithm>
 #include <ctime>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "vornleads/data/conexao_simplificada.h"
@@ -40,13 +40,14 @@ Json runPart(const char* run, const std::optional<RunEnd>& end, Json& reasons) {
 
 }  // namespace
 
-JournalProbe probeJournal(const std::string& db) {
-  // One probe at a time: scrapes that come together do not pile up connections.
-  static std::mutex oneAtATime;
-  const std::lock_guard<std::mutex> lock(oneAtATime);
+JournalProbe probeJournal(const std::string& db, const ConnectionOptions& options) {
+  constexpr int kProbeSeconds = 5;
+  ConnectionOptions brief = options;
+  brief.connectTimeoutSeconds = std::min(brief.connectTimeoutSeconds, kProbeSeconds);
+  brief.lockTimeoutSeconds = std::min(brief.lockTimeoutSeconds, kProbeSeconds);
   JournalProbe probe;
   try {
-    const std::unique_ptr<SqlConnection> connection = OpenConnection(db);
+    const std::unique_ptr<SqlConnection> connection = OpenConnection(db, brief);
     TConexaoSimplificada conexao(*connection);
     probe.unsentRows = unsentUpdates(conexao).size();
   } catch (const std::exception& error) {

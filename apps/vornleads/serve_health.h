@@ -17,6 +17,7 @@
 
 #include "serve_metrics.h"
 #include "status_server.h"
+#include "vornleads/data/sql_connection.h"
 
 namespace vornleads::cli {
 
@@ -27,8 +28,10 @@ struct JournalProbe {
   std::string error;  // passwords masked; empty when the database answered
 };
 
-// Opens a connection of its own to `db` and counts, one probe at a time; never throws.
-JournalProbe probeJournal(const std::string& db);
+// Opens a connection of its own to `db` and counts; never throws. The connection waits at
+// most 5 s for the database and for locks (less when `options` say so). The status pages run
+// it through a DatabaseProbe, which bounds how long a scrape waits for it.
+JournalProbe probeJournal(const std::string& db, const ConnectionOptions& options);
 
 StatusAnswer healthAnswer(const ServeMetrics& metrics, const JournalProbe& journal);
 StatusAnswer metricsAnswer(const ServeMetrics& metrics, const JournalProbe& journal);

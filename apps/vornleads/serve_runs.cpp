@@ -70,10 +70,10 @@ class MarkingPause : public Pause {
 
 // Opens the run's connection; reports and answers null when the database cannot be reached.
 // `failure` receives the reason.
-std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db,
+std::unique_ptr<SqlConnection> openFor(const char* run, const ServeSettings& settings,
                                        std::string& failure) {
   try {
-    return OpenConnection(db);
+    return OpenConnection(settings.db, settings.connection);
   } catch (const std::exception& error) {
     failure = std::string("database unavailable: ") + error.what();
     reportLine(std::string(run) + " failed: database unavailable, trying again at the next " +
@@ -87,7 +87,7 @@ std::unique_ptr<SqlConnection> openFor(const char* run, const std::string& db,
 void runIntake(const ServeSettings& settings) {
   SteadyClock::time_point cycleStart = SteadyClock::now();
   std::string unavailable;
-  const std::unique_ptr<SqlConnection> connection = openFor("intake", settings.db, unavailable);
+  const std::unique_ptr<SqlConnection> connection = openFor("intake", settings, unavailable);
   if (!connection) {
     settings.metrics->intakeCycle({}, elapsed(cycleStart), unavailable);
     return;
@@ -131,7 +131,7 @@ void runIntake(const ServeSettings& settings) {
 void runResend(const ServeSettings& settings) {
   const SteadyClock::time_point start = SteadyClock::now();
   std::string unavailable;
-  const std::unique_ptr<SqlConnection> connection = openFor("resend", settings.db, unavailable);
+  const std::unique_ptr<SqlConnection> connection = openFor("resend", settings, unavailable);
   if (!connection) {
     settings.metrics->resendPass({}, elapsed(start), unavailable);
     return;

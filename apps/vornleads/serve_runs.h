@@ -18,6 +18,7 @@
 #include "report_line.h"
 #include "serve_metrics.h"
 #include "stop_signal.h"
+#include "vornleads/data/sql_connection.h"
 #include "vornleads/types.h"
 #include "watchdog.h"
 
@@ -25,6 +26,7 @@ namespace vornleads::cli {
 
 struct ServeSettings {
   std::string db;                         // the database URI
+  ConnectionOptions connection;           // lock-timeout and connect-timeout
   TIntegraLeadsVW bridge;                 // IntegraLeadsVW of the library edition
   std::shared_ptr<StopSignal> stop;       // never null
   int retryDelay = 30000;                 // the intake's pause before a repeated cycle, in ms

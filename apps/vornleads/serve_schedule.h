@@ -6,6 +6,10 @@
 // interval is followed at once by the next. Between runs the schedule sleeps through the
 // Pause, which a stop request cuts short. A job reports its own outcome and must not throw:
 // the schedule does not catch.
+//
+// `betweenRuns`, when given, is called at every safe point: before the jobs due are looked
+// for and after every pause. It may change the jobs' intervals; a changed interval counts from
+// the job's last start, so a shorter one takes effect at once.
 #pragma once
 
 #include <chrono>
@@ -23,6 +27,7 @@ struct ScheduledJob {
   std::function<void()> run;
 };
 
-void runSchedule(const std::vector<ScheduledJob>& jobs, Pause& pause, const RunControl& control);
+void runSchedule(std::vector<ScheduledJob>& jobs, Pause& pause, const RunControl& control,
+                 const std::function<void()>& betweenRuns = {});
 
 }  // namespace vornleads::cli

@@ -85,6 +85,10 @@ const Definition kDefinitions[] = {
      "a number of milliseconds, 0 or more"},
     {"log-keep-days", "VORNLEADS_LOG_KEEP_DAYS", "90", days,
      "a number of days, 0 (keep every log file) to 36500"},
+    {"lock-timeout", "VORNLEADS_LOCK_TIMEOUT", "60", positiveInteger,
+     "a whole number of seconds, 1 or more"},
+    {"connect-timeout", "VORNLEADS_CONNECT_TIMEOUT", "30", positiveInteger,
+     "a whole number of seconds, 1 or more"},
 };
 
 // How describe() shows a setting left empty.
@@ -203,10 +207,23 @@ void Settings::resolve(const std::map<std::string, std::string>& options,
   } else if (exists(kDefaultFile)) {
     file = readFile(kDefaultFile);
   }
+  options_ = options;
+  configFile_ = configFile;
+  std::map<std::string, std::string> exported;
   for (const Definition& d : kDefinitions) {
     const char* environment = std::getenv(d.variable);
+    // A variable this object set from the file (or the default) is not the environment's: a
+    // reload must see the file's new value, not the one it exported before.
+    const auto mine = exported_.find(d.variable);
+    if (environment != nullptr && mine != exported_.end() && mine->second == environment) {
+      environment = nullptr;
+    }
     const auto option = options.find(d.key);
     if (option != options.end() && !option->second.empty()) {
+      if (!d.valid(option->second)) {
+        throw CLI::ValidationError(std::string("option --") + d.key + ": \"" + option->second +
+                                   "\" is not " + d.expected);
+      }
       values_[d.key] = {option->second, std::string("option --") + d.key};
     } else if (environment != nullptr && *environment != '\0') {
       if (!d.valid(environment)) {
@@ -217,13 +234,33 @@ void Settings::resolve(const std::map<std::string, std::string>& options,
     } else if (file.count(d.key)) {
       values_[d.key] = file.at(d.key);
       // The library edition reads these from the environment, as any host's would.
-      setenv(d.variable, file.at(d.key).value.c_str(), 1);
+      exported[d.variable] = file.at(d.key).value;
     } else {
       values_[d.key] = {d.fallback, "default"};
       // The packaged build's host directory reaches the library edition the same way.
-      if (d.key == std::string("home") && *d.fallback != '\0') setenv(d.variable, d.fallback, 1);
+      if (d.key == std::string("home") && *d.fallback != '\0') exported[d.variable] = d.fallback;
     }
   }
+  // What an earlier resolve exported and the file no longer says goes away again.
+  for (const auto& [variable, value] : exported_) {
+    if (!exported.count(variable)) unsetenv(variable.c_str());
+  }
+  for (const auto& [variable, value] : exported) setenv(variable.c_str(), value.c_str(), 1);
+  exported_ = std::move(exported);
+}
+
+void Settings::reload() { resolve(std::map<std::string, std::string>(options_), configFile_); }
+
+std::string Settings::fileInUse() const {
+  if (!configFile_.empty()) return configFile_;
+  return exists(kDefaultFile) ? kDefaultFile : "";
+}
+
+ConnectionOptions Settings::connection() const {
+  ConnectionOptions options;
+  options.lockTimeoutSeconds = std::stoi(value("lock-timeout"));
+  options.connectTimeoutSeconds = std::stoi(value("connect-timeout"));
+  return options;
 }
 
 nlohmann::ordered_json Settings::json() const {

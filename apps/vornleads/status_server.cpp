@@ -8,10 +8,22 @@
 #include <chrono>
 #include <cstring>
 
+#include "status_connections.h"
 #include "vornleads/error.h"
 
 namespace vornleads::cli {
 namespace {
+
+// Connections served at once before more wait for a thread; 200 idle clients stay below.
+constexpr size_t kConnectionThreads = 512;
+constexpr std::chrono::seconds kConnectionLifetime(10);
+
+// The library listens with a backlog of 5: a burst of connections would have their SYNs
+// dropped and retried a second later. listen() again on the bound socket widens it.
+class StatusHttpServer : public httplib::Server {
+ public:
+  void widenBacklog() { ::listen(svr_sock_, SOMAXCONN); }
+};
 
 void answer(httplib::Response& response, const std::function<StatusAnswer()>& page) {
   const StatusAnswer answer = page();
@@ -19,7 +31,7 @@ void answer(httplib::Response& response, const std::function<StatusAnswer()>& pa
   response.set_content(answer.body, answer.contentType.c_str());
 }
 
-// Blocks SIGINT and SIGTERM in the calling thread while it lives; threads started meanwhile
+// Blocks SIGINT, SIGTERM and SIGHUP in the calling thread while it lives; threads started meanwhile
 // keep them blocked.
 class BlockedStopSignals {
  public:
@@ -28,6 +40,7 @@ class BlockedStopSignals {
     sigemptyset(&stop);
     sigaddset(&stop, SIGINT);
     sigaddset(&stop, SIGTERM);
+    sigaddset(&stop, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &stop, &previous_);
   }
   ~BlockedStopSignals() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
@@ -41,9 +54,13 @@ class BlockedStopSignals {
 }  // namespace
 
 StatusServer::StatusServer(const std::string& bind, int port, StatusPages pages)
-    : server_(std::make_unique<httplib::Server>()), bind_(bind) {
+    : server_(std::make_unique<StatusHttpServer>()), bind_(bind) {
   // The library owns (and deletes) the queue it is handed.
-  server_->new_task_queue = [] { return new httplib::ThreadPool(2); };
+  server_->new_task_queue = [] { return new ConnectionThreads(kConnectionThreads); };
+  server_->set_read_timeout(std::chrono::seconds(2));
+  server_->set_write_timeout(std::chrono::seconds(2));
+  server_->set_keep_alive_timeout(2);
+  server_->set_keep_alive_max_count(20);
   // Only a port nobody listens on: the library's default (SO_REUSEPORT) would let a second
   // service share the first one's port without a word.
   server_->set_socket_options([](socket_t sock) {
@@ -80,7 +97,9 @@ StatusServer::StatusServer(const std::string& bind, int port, StatusPages pages)
     throw VornError("status server: cannot listen on " + bind + " port " + std::to_string(port) +
                     ": " + (error != 0 ? std::strerror(error) : "no such local address"));
   }
+  static_cast<StatusHttpServer&>(*server_).widenBacklog();
   const BlockedStopSignals blocked;
+  reaper_ = std::make_unique<ConnectionReaper>(port_, kConnectionLifetime);
   thread_ = std::thread([this] { server_->listen_after_bind(); });
 }
 
@@ -90,6 +109,7 @@ StatusServer::~StatusServer() {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   server_->stop();
+  reaper_->cutAll();
   thread_.join();
 }
 

@@ -70,7 +70,14 @@ void FeedingPause::sleep(int milliseconds) {
     watchdog_->feed();
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
     if (left.count() <= 0 || stop_->stopRequested()) return;
-    stop_->sleep(static_cast<int>(std::min(left, watchdog_->slice()).count()));
+    const int slice = static_cast<int>(std::min(left, watchdog_->slice()).count());
+    if (!hangupEnds_) {
+      stop_->sleep(slice);
+    } else if (stop_->hangupPending()) {
+      return;
+    } else {
+      stop_->sleepOrHangup(slice);
+    }
   }
 }
 

@@ -57,16 +57,20 @@ class Watchdog {
   std::string lastIntake_, lastResend_;
 };
 
-// The stop signal's pause, cut into slices that each feed the watchdog first.
+// The stop signal's pause, cut into slices that each feed the watchdog first. With
+// `hangupEnds`, a reload request cuts it short as well (the schedule's pause between runs,
+// never a worker's).
 class FeedingPause : public Pause {
  public:
-  FeedingPause(std::shared_ptr<StopSignal> stop, std::shared_ptr<Watchdog> watchdog)
-      : stop_(std::move(stop)), watchdog_(std::move(watchdog)) {}
+  FeedingPause(std::shared_ptr<StopSignal> stop, std::shared_ptr<Watchdog> watchdog,
+               bool hangupEnds = false)
+      : stop_(std::move(stop)), watchdog_(std::move(watchdog)), hangupEnds_(hangupEnds) {}
   void sleep(int milliseconds) override;
 
  private:
   std::shared_ptr<StopSignal> stop_;
   std::shared_ptr<Watchdog> watchdog_;
+  bool hangupEnds_;
 };
 
 // A worker's run control that feeds the watchdog each time the worker asks it (once per lead

@@ -1,15 +1,20 @@
 // vornleads serve as a child process against its own sandbox and database: cycles and passes
 // on their schedules, a service fault, the restart message, a database that goes away and comes
-// back, SIGTERM at any moment leaving every lead and journal row whole; its status server
-// (/health, /metrics, a port already taken) and the notifications a Type=notify unit reads.
+// back, SIGTERM at any moment leaving every lead and journal row whole, SIGHUP reading the
+// configuration again; its status server (/health, /metrics, a port already taken, a database
+// server that hangs, slow and idle clients) and the notifications a Type=notify unit reads.
+#include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
 
 #include "apps/cli.h"
+#include "support/firebird_server.h"
 #include "vornleads/clock.h"
 #include "vornleads/package/log_file.h"
 #include "vornleads/text/datetime.h"
@@ -31,9 +36,14 @@ class CliServeTest : public CliTest {
   std::unique_ptr<ChildProcess> serve(const std::string& intakeEvery,
                                       const std::string& resendEvery,
                                       const std::string& retryDelay = "0", bool status = false) {
+    return serveOn(database_.uri(), intakeEvery, resendEvery, retryDelay, status);
+  }
+  std::unique_ptr<ChildProcess> serveOn(const std::string& db, const std::string& intakeEvery,
+                                        const std::string& resendEvery,
+                                        const std::string& retryDelay = "0", bool status = true) {
     std::vector<std::string> args{(binDir() / "vornleads").string(),
                                   "--db",
-                                  database_.uri(),
+                                  db,
                                   "--endpoint",
                                   sandbox_.url(),
                                   "--home",
@@ -61,6 +71,16 @@ class CliServeTest : public CliTest {
     client.set_read_timeout(10, 0);
     const auto result = client.Get(path.c_str());
     return result ? std::pair{result->status, result->body} : std::pair{-1, std::string()};
+  }
+  // get(), which must answer within two seconds.
+  std::pair<int, std::string> getQuickly(const std::string& path) const {
+    const auto start = std::chrono::steady_clock::now();
+    auto answer = get(path);
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took, 2s) << path << " took "
+                        << std::chrono::duration_cast<std::chrono::milliseconds>(took).count()
+                        << " ms";
+    return answer;
   }
   // The value of a sample ("name{labels}") of an exposition, -1 when it is absent.
   static double sample(const std::string& exposition, const std::string& name) {
@@ -302,6 +322,120 @@ TEST_F(CliServeTest, ReportLinesForTheJournalCarryTheirPriorityAndOldLogsGo) {
   EXPECT_EQ(occurrences(journal, "\n<6>logs: deleted 2 log files older than 10 days\n"), 1u);
   for (const auto& name : expired) EXPECT_FALSE(std::filesystem::exists(home_ / name)) << name;
   for (const auto& name : kept) EXPECT_TRUE(std::filesystem::exists(home_ / name)) << name;
+}
+
+// SIGHUP reads the configuration file again between runs: new intervals take effect, a setting
+// the running service cannot change is named, and a file that no longer parses leaves the
+// settings in force. The service runs on throughout and ends with SIGTERM as ever.
+TEST_F(CliServeTest, SighupReloadsTheConfigurationOrKeepsItWhenTheFileIsBroken) {
+  const std::filesystem::path conf = scratch_ / "vornleads.conf";
+  const auto write = [&](const std::string& intakeEvery, const std::string& endpoint) {
+    writeFile(conf, "[vornleads]\ndb = " + uri_ + "\nendpoint = " + endpoint +
+                        "\nhome = " + home_.path().string() + "\nintake-every = " + intakeEvery +
+                        "\nresend-every = 600\n");
+  };
+  write("600", sandbox_.url());
+  ChildProcess process({(binDir() / "vornleads").string(), "--config", conf.string(), "serve"});
+  ASSERT_TRUE(logged(process, " resend: ")) << process.err();
+  const auto intakes = [&] { return occurrences(process.err(), " intake: "); };
+  EXPECT_EQ(intakes(), 1u);
+
+  write("0.2", "http://127.0.0.1:1/elsewhere");
+  process.signal(SIGHUP);
+  ASSERT_TRUE(logged(process, "serve: intake every 0.2 s, resend every 600 s")) << process.err();
+  EXPECT_NE(process.err().find(" serve: SIGHUP: configuration reloaded from " + conf.string() +
+                               "; changed, in force after a restart: endpoint\n"),
+            std::string::npos)
+      << process.err();
+  ASSERT_TRUE(waitFor([&] { return intakes() >= 4; })) << "the new interval is in force";
+
+  writeFile(conf, "[vornleads]\nintake-every = soon\n");
+  process.signal(SIGHUP);
+  ASSERT_TRUE(logged(process,
+                     "serve: SIGHUP: configuration not reloaded, the settings in force "
+                     "stay: " +
+                         conf.string() + ":2: key intake-every"))
+      << process.err();
+  const size_t seen = intakes();
+  ASSERT_TRUE(waitFor([&] { return intakes() >= seen + 3; })) << "still every 0.2 s";
+  EXPECT_EQ(process.err().find("intake failed"), std::string::npos) << "the endpoint stayed";
+  stop(process);  // still running: SIGHUP never ends the service
+}
+
+// The status pages answer within two seconds while Firebird's server hangs (SIGSTOP): the
+// database is "no answer", the counters are there, and a scrape that comes while the probe
+// hangs does not start another. Once the server goes on, the service is healthy again.
+TEST_F(CliServeTest, StatusPagesAnswerWhileTheDatabaseServerHangs) {
+  FirebirdServer server;
+  uri_ = server.createDatabase("dms.fdb");
+  const auto process = serveOn(uri_, "600", "600");
+  ASSERT_TRUE(logged(*process, " resend: ")) << process->err();
+  EXPECT_EQ(getQuickly("/health").first, 200);
+
+  server.freeze();
+  for (int scrape = 0; scrape < 3; ++scrape) {
+    const auto health = getQuickly("/health");
+    EXPECT_EQ(health.first, 503) << health.second;
+    // Later scrapes may meet the probe's own end: the connect time-out.
+    const std::string reason = Json::parse(health.second)["reasons"][0];
+    if (scrape == 0) {
+      EXPECT_EQ(reason, "database: no answer in 1 s");
+    }
+    EXPECT_EQ(reason.rfind("database: ", 0), 0u) << reason;
+    const auto metrics = getQuickly("/metrics");
+    EXPECT_EQ(metrics.first, 200);
+    EXPECT_EQ(sample(metrics.second, "vornleads_database_up"), 0) << metrics.second;
+    EXPECT_EQ(sample(metrics.second, "vornleads_resend_passes_total{outcome=\"completed\"}"), 1);
+  }
+  server.thaw();
+  EXPECT_TRUE(waitFor([&] { return get("/health").first == 200; }));
+  const auto metrics = getQuickly("/metrics");
+  EXPECT_EQ(sample(metrics.second, "vornleads_database_up"), 1) << metrics.second;
+  stop(*process);
+}
+
+// Two clients that trickle their request a byte at a time and 200 that connect and say
+// nothing: /health still answers within two seconds, and the tricklers are cut in the end.
+TEST_F(CliServeTest, SlowAndIdleClientsDoNotShutTheStatusPagesOut) {
+  const auto process = serve("600", "600", "0", true);
+  ASSERT_TRUE(logged(*process, " resend: ")) << process->err();
+  const auto connect = [&] {
+    const int sock = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port_));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(::connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    return sock;
+  };
+  std::atomic<int> cut{0};
+  std::vector<std::thread> tricklers;
+  for (int i = 0; i < 2; ++i) {
+    tricklers.emplace_back([&, sock = connect()] {
+      const std::string request = "GET /health HTTP/1.1\r\nHost: x\r\nX-Slow: ";
+      // A byte every 300 ms for at most 30 s; a refused write means the server cut it.
+      for (int n = 0; n < 100; ++n) {
+        const char byte = request[std::min<size_t>(n, request.size() - 1)];
+        if (send(sock, &byte, 1, MSG_NOSIGNAL) != 1) {
+          ++cut;
+          break;
+        }
+        std::this_thread::sleep_for(300ms);
+      }
+      close(sock);
+    });
+  }
+  std::vector<int> idle;
+  for (int i = 0; i < 200; ++i) idle.push_back(connect());
+  for (int scrape = 0; scrape < 5; ++scrape) {
+    EXPECT_EQ(getQuickly("/health").first, 200);
+    EXPECT_EQ(getQuickly("/metrics").first, 200);
+    std::this_thread::sleep_for(500ms);
+  }
+  for (const int sock : idle) close(sock);
+  for (std::thread& t : tricklers) t.join();
+  EXPECT_EQ(cut, 2) << "a connection lasts a bounded time";
+  stop(*process);
 }
 
 // The notifications of a Type=notify unit, read from a socket of the test's own.

@@ -8,6 +8,7 @@
 
 #include <iostream>
 #include <map>
+#include <thread>
 
 #include "support/firebird_server.h"
 #include "support/soap_test_server.h"
@@ -56,6 +57,62 @@ TEST_F(CliTest, IntakeServiceFailureExitsWithItsMessageLoggedAndWritesNothing) {
   EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO") + count("SELECT COUNT(*) FROM FAT_CLIENTE"),
             0);
   EXPECT_NE(logs("logBuscaLeadsVW_").find("DN sem permissão"), std::string::npos);
+}
+
+// SIGINT or SIGTERM to a one-shot intake: in the pause before a repeated cycle (cut short) or
+// in the middle of its leads and receipts. It ends with status 1 and the stop line, every lead
+// it took in whole; the next intake takes in the rest, none twice.
+TEST_F(CliTest, StopSignalsEndAnIntakeAtALeadsEdge) {
+  const auto batch = [](int first) {
+    Json leads = Json::array();
+    for (int id = first; id < first + 30; ++id) leads.push_back(leadItem(id));
+    return leads;
+  };
+  Json leads = batch(1201);
+  leads.push_back(leadItem(1299, {{"DataIntencao", "32/01/2025"}}));  // fails: cycles repeat
+  sandbox_.addLeads(leads);
+  // Each receipt takes a tenth of a second, so a stop meets work in hand.
+  sandbox_.fault({{"operation", "AtualizaLeads"}, {"mode", "delay"}, {"ms", 100}, {"count", 1000}});
+  const auto confirmed = [&] {
+    int n = 0;
+    for (const auto& lead : sandbox_.leads()) n += lead["confirmed"].get<bool>() ? 1 : 0;
+    return n;
+  };
+  const std::string links = "SELECT COUNT(*) FROM CAC_LEAD_CONTATO";
+  const auto intake = [&](const std::string& retryDelay) {
+    return std::make_unique<ChildProcess>(std::vector<std::string>{
+        (binDir() / "vornleads").string(), "--db", uri_, "--endpoint", sandbox_.url(), "--home",
+        home_.path().string(), "intake", "--retry-delay", retryDelay});
+  };
+  for (const auto& [signal, name] : {std::pair{SIGINT, "SIGINT"}, std::pair{SIGTERM, "SIGTERM"}}) {
+    SCOPED_TRACE(name);
+    const auto process = intake("600000");
+    if (signal == SIGINT) {  // every receipt of the first cycle sent: the pause has begun
+      ASSERT_TRUE(ChildProcess::waitUntil([&] { return confirmed() == 30; }, 60s));
+      std::this_thread::sleep_for(300ms);
+    } else {
+      sandbox_.addLeads(batch(1301));
+      ASSERT_TRUE(ChildProcess::waitUntil([&] { return count(links) > 35; }, 60s));
+    }
+    const auto sent = std::chrono::steady_clock::now();
+    process->signal(signal);
+    EXPECT_EQ(process->wait(20s), 1) << process->err();
+    EXPECT_LT(std::chrono::steady_clock::now() - sent, 10s) << "stopped at the next edge";
+    const std::string err = process->err();
+    EXPECT_EQ(err.substr(err.rfind('\n', err.size() - 2) + 1),
+              "vornleads: intake stopped by " + std::string(name) + "\n")
+        << err;
+    EXPECT_NE(process->out().find(" cycle"), std::string::npos) << "the summary of what was done";
+  }
+  EXPECT_EQ(intake("0")->wait(120s), 1) << "lead 1299 keeps failing: the restart message";
+  // Every lead once, with its contact, customer and receipt; the failing one nowhere.
+  for (const char* table : {"CAC_LEAD_CONTATO", "CAC_CONTATO", "FAT_CLIENTE"})
+    EXPECT_EQ(count(std::string("SELECT COUNT(*) FROM ") + table), 60) << table;
+  EXPECT_EQ(count("SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO"), 60);
+  EXPECT_EQ(count("SELECT COUNT(*) FROM CAC_CONTATO C WHERE NOT EXISTS (SELECT 1 FROM "
+                  "CAC_LEAD_CONTATO L WHERE L.CONTATO = C.CONTATO)"),
+            0);
+  EXPECT_EQ(confirmed(), 60);
 }
 
 // A dealership as it is found: two integrated companies, customers numbered long before the

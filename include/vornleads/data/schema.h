@@ -6,15 +6,18 @@
 // for the leads integration: dealer number '01234', integration switched on, notification
 // users 12 and 15, sellers of users 0, 12 and 15 with CPFs, the e-mail contact form, models
 // GOL, POLO, T-CROSS and NIVUS. An existing file is refused with VornError; a database error
-// raises DatabaseError and removes the half-made file.
+// raises DatabaseError and removes the half-made file. `options` bound the connection that
+// applies the schema.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "vornleads/data/sql_connection.h"
+
 namespace vornleads {
 
-void CreateDatabase(const std::string& path, bool sample);
+void CreateDatabase(const std::string& path, bool sample, const ConnectionOptions& options = {});
 
 // The statements of schema/firebird.sql, in file order, without their ";".
 std::vector<std::string> SchemaStatements();
