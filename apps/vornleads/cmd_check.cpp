@@ -3,7 +3,8 @@
 // there, at least one company/branch takes part in the integration and each has the CRM and
 // vehicle parameters a lead needs, the library edition loads, and the leads service answers a
 // fetch of the waiting leads (BuscaLeadsStatus, which changes nothing: only a status update or
-// a confirmation does). Only reads the database. Exit status 1 when any check failed.
+// a confirmation does). Only reads the database. Exit status 1 when any check failed, or when
+// SIGINT or SIGTERM stopped it (after the check in hand, with the stop line).
 #include <cctype>
 #include <iostream>
 #include <memory>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "command.h"
+#include "command_stop.h"
 #include "service_numbers.h"
 #include "vornleads/data/password_mask.h"
 #include "vornleads/data/schema.h"
@@ -156,12 +158,13 @@ const RegisterCommand registration(85, [](CLI::App& app, CommandContext& context
   CLI::App* command = app.add_subcommand(
       "check", "check the database, the integration's parameters and the leads service");
   command->callback([&context] {
+    const CommandStop stop("check");
     Report report;
     const std::string uri = context.global.db;
     std::string dealers;
     std::unique_ptr<SqlConnection> db;
     try {
-      db = OpenConnection(uri);
+      db = context.openDatabase();
       report.ok("database", maskPassword(uri));
     } catch (const std::exception& error) {
       report.failed("database", error.what(),
@@ -185,7 +188,9 @@ const RegisterCommand registration(85, [](CLI::App& app, CommandContext& context
                       "add them as /usr/share/vornleads/firebird.sql describes");
       }
     }
+    if (stop.report(context)) return;
     checkService(dealers, report);
+    if (stop.report(context)) return;
     if (report.failures()) context.exitCode = 1;
   });
 });
