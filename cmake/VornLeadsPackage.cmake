@@ -4,24 +4,21 @@
 # installs the package's documentation and manual pages, so that `cmake --install build
 # --prefix P` stays as it was.
 # The package holds the programs in /usr/bin, libvornleads in /usr/lib/<triplet>, the library
-# edition in /usr/lib/vornleads with a link to it in the host directory /var/lib/vornleads, the
-# headers and the CMake package, the systemd unit (not enabled) and the configuration file.
-# postinst creates the system user and group vornleads.
+# edition in /usr/lib/vornleads, the headers and the CMake package, the systemd unit (not
+# enabled), the configuration file, the manual pages, the bash completion and the operator's
+# guide with its examples. postinst creates the system user and group vornleads and the host
+# directory /var/lib/vornleads with a link to the library edition.
 set(VORNLEADS_PACKAGE_DIR ${CMAKE_CURRENT_SOURCE_DIR}/contrib/debian)
-set(VORNLEADS_STATE_DIR /var/lib/vornleads)
-set(VORNLEADS_LIBRARY_EDITION_DIR /usr/lib/vornleads)
 
 install(FILES contrib/vornleads.service DESTINATION /lib/systemd/system)
 install(FILES contrib/vornleads.conf DESTINATION /etc/vornleads
   PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ)
 
-# The host directory, with the library edition reachable in it. The link is absolute: its
-# target lies under another top-level directory.
-set(link ${CMAKE_CURRENT_BINARY_DIR}/package/VornLeadsVW.dll)
+# The host directory and the library edition's link in it are made by postinst, not shipped:
+# the directory fills with the service's own files (logs, the database, the engine's lock
+# directory), and a directory the package owned would make dpkg warn at every removal that it
+# is not empty.
 file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/package)
-file(REMOVE ${link})
-file(CREATE_LINK ${VORNLEADS_LIBRARY_EDITION_DIR}/VornLeadsVW.dll ${link} SYMBOLIC)
-install(FILES ${link} DESTINATION ${VORNLEADS_STATE_DIR})
 
 # Package documentation: the copyright file and the changelog, compressed as Debian wants.
 string(TIMESTAMP VORNLEADS_CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -34,11 +31,19 @@ function(vornleads_gzip source target)
 endfunction()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/contrib/man/vornleads.1
-  ${CMAKE_CURRENT_SOURCE_DIR}/contrib/man/vornleads-sandbox.1)
+  ${CMAKE_CURRENT_SOURCE_DIR}/contrib/man/vornleads-sandbox.1 ${CMAKE_CURRENT_SOURCE_DIR}/README.md)
 vornleads_gzip(${CMAKE_CURRENT_BINARY_DIR}/package/changelog
   ${CMAKE_CURRENT_BINARY_DIR}/package/changelog.gz)
 install(FILES ${VORNLEADS_PACKAGE_DIR}/copyright ${CMAKE_CURRENT_BINARY_DIR}/package/changelog.gz
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/vornleads)
+# The operator's guide (the README, compressed as Debian wants for texts of its size) and the
+# examples: Prometheus scrape and alert rules, the supported isql-fb invocation.
+vornleads_gzip(${CMAKE_CURRENT_SOURCE_DIR}/README.md ${CMAKE_CURRENT_BINARY_DIR}/package/README.md.gz)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/package/README.md.gz
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/vornleads)
+install(FILES contrib/examples/prometheus-scrape.yml contrib/examples/prometheus-alerts.yml
+              contrib/examples/isql-fb.sh
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/vornleads/examples)
 foreach(page vornleads.1 vornleads-sandbox.1)
   vornleads_gzip(${CMAKE_CURRENT_SOURCE_DIR}/contrib/man/${page}
     ${CMAKE_CURRENT_BINARY_DIR}/package/${page}.gz)

@@ -1,7 +1,8 @@
-// vornleads leads [--lead ID] [--since YYYY-MM-DD] [--json]: the lead links (CAC_LEAD_CONTATO)
-// with their contact, the contact's customer and situation, and the integration flag; --since
-// keeps the contacts dated on or after that day. Read-only, ordered by lead. SIGINT or
-// SIGTERM: nothing shown, the stop line, exit status 1.
+// vornleads leads [--lead ID] [--since YYYY-MM-DD] [--limit N] [--json] [--wide]: the lead
+// links (CAC_LEAD_CONTATO) with their contact, the contact's customer and situation, and the
+// integration flag; --since keeps the contacts dated on or after that day. Read-only, ordered
+// by lead; with --limit, the N newest contacts, newest first. SIGINT or SIGTERM: nothing
+// shown, the stop line, exit status 1.
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -19,15 +20,14 @@ namespace {
 
 struct LeadsOptions {
   std::optional<int64_t> lead;
-  std::string since;
-  bool json = false;
+  ViewOptions view;
 };
 
 std::string leadsSql(const LeadsOptions& options, const std::string& dialect) {
   std::string where;
   if (options.lead) where += " AND L.ID_LEAD_VW = " + std::to_string(*options.lead);
-  if (!options.since.empty()) {
-    where += " AND C.DTA_CONTATO >= " + DataHoraPSql(parseIsoDate(options.since), dialect);
+  if (!options.view.since.empty()) {
+    where += " AND C.DTA_CONTATO >= " + DataHoraPSql(parseIsoDate(options.view.since), dialect);
   }
   // clang-format off
   return "SELECT L.ID_LEAD_VW, L.EMPRESA, L.REVENDA, L.CONTATO, C.DTA_CONTATO, C.CLIENTE, "
@@ -46,18 +46,18 @@ const RegisterCommand registration(60, [](CLI::App& app, CommandContext& context
   CLI::App* command = app.add_subcommand(
       "leads", "the lead links with contact, customer, situation and integration flag");
   command->add_option("--lead", options->lead, "only this VW lead identifier");
-  command->add_option("--since", options->since, "only contacts dated on or after this day")
-      ->check(isoDate());
-  command->add_flag("--json", options->json, "a JSON array instead of a table");
+  addViewOptions(*command, options->view, true);
   command->callback([options, &context] {
     const CommandStop stop("leads");
     const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const SqlRowSet rows = connection->query(leadsSql(*options, BuscaBanco(*connection)));
     ViewTable table({"ID_LEAD_VW", "EMPRESA", "REVENDA", "CONTATO", "DTA_CONTATO", "CLIENTE",
-                     "NOME", "SITUACAO", "INTEGRANDO"});
+                     "NOME", "SITUACAO", "INTEGRANDO"},
+                    {"NOME"});
     for (size_t i = 0; i < rows.rows.size(); ++i) table.add(rows, i);
+    if (options->view.limit) table.keepNewest("DTA_CONTATO", *options->view.limit);
     if (stop.report(context)) return;
-    table.print(std::cout, options->json);
+    table.print(std::cout, options->view.json, tableWidth(options->view));
   });
 });
 

@@ -14,8 +14,9 @@
 // With a status port, GET /health and GET /metrics answer on it (serve_health.h), each within
 // about a second whatever the database does (database_probe.h). Under
 // systemd (Type=notify) the service says READY=1 once the status server listens, before the
-// first cycle, STOPPING=1 when it sees the stop, and feeds the watchdog while it works
-// (watchdog.h).
+// first cycle, STATUS= with the last cycle's and pass's report, STOPPING=1 when it sees the
+// stop, and feeds the watchdog while it works (watchdog.h). At the first intake cycle of each
+// day it deletes the log files older than log-keep-days (log_retention.h).
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -29,6 +30,7 @@
 #include "command.h"
 #include "data/firebird_shared_mode.h"
 #include "database_probe.h"
+#include "log_retention.h"
 #include "serve_health.h"
 #include "serve_runs.h"
 #include "serve_schedule.h"
@@ -72,7 +74,7 @@ const char* const kRestartOnly[] = {"endpoint",           "home",        "codepa
 
 // What the serve command line fixed, and what the settings decide otherwise.
 struct ServeSources {
-  bool intakeEvery, resendEvery;
+  bool intakeEvery, resendEvery, retryDelay;
 };
 
 // The settings' values into the service's, where no serve option fixed them.
@@ -80,6 +82,8 @@ void applySettings(const Settings& from, const ServeSources& fixed, ServeOptions
                    ServeSettings& settings) {
   if (!fixed.intakeEvery) options.intakeEvery = std::stod(from.value("intake-every"));
   if (!fixed.resendEvery) options.resendEvery = std::stod(from.value("resend-every"));
+  if (!fixed.retryDelay) options.retryDelay = std::stoi(from.value("retry-delay"));
+  settings.retryDelay = options.retryDelay;
   settings.db = from.value("db");
   settings.connection = from.connection();
 }
@@ -127,10 +131,12 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
                        "seconds between resend passes (default: VORNLEADS_RESEND_EVERY, the "
                        "configuration file's resend-every, 900; fractions allowed)")
           ->check(kIntervalRange);
-  command
-      ->add_option("--retry-delay", options->retryDelay,
-                   "pause before a repeated intake cycle, in milliseconds (default 30000)")
-      ->check(CLI::NonNegativeNumber);
+  CLI::Option* retryDelay =
+      command
+          ->add_option("--retry-delay", options->retryDelay,
+                       "pause before a repeated intake cycle, in milliseconds (default: "
+                       "VORNLEADS_RETRY_DELAY, the configuration file's retry-delay, 30000)")
+          ->check(CLI::NonNegativeNumber);
   CLI::Option* statusPort =
       command
           ->add_option("--status-port", options->statusPort,
@@ -142,9 +148,11 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
       "--status-bind", options->statusBind,
       "the status server's address (default: VORNLEADS_STATUS_BIND, the configuration file's "
       "status-bind, 127.0.0.1)");
-  command->callback([options, intakeEvery, resendEvery, statusPort, statusBind, &context] {
+  command->callback([options, intakeEvery, resendEvery, retryDelay, statusPort, statusBind,
+                     &context] {
     // Without the option, the environment, the configuration file or the default decides.
-    const ServeSources fixed{intakeEvery->count() > 0, resendEvery->count() > 0};
+    const ServeSources fixed{intakeEvery->count() > 0, resendEvery->count() > 0,
+                             retryDelay->count() > 0};
     if (statusPort->count() == 0 && !context.settings.value("status-port").empty()) {
       options->statusPort = std::stoi(context.settings.value("status-port"));
     }
@@ -156,7 +164,6 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     settings.bridge = library.bind();
     settings.stop = std::make_shared<StopSignal>();
     settings.stop->watchHangup();
-    settings.retryDelay = options->retryDelay;
     settings.metrics = std::make_shared<ServeMetrics>();
     settings.watchdog = std::make_shared<Watchdog>(systemdNotifier(), systemdWatchdogInterval());
 
@@ -179,13 +186,22 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
                secondsText(options->resendEvery) + " s, library " + library.file().string() +
                (status ? ", status on " + status->url() : ""));
     settings.watchdog->ready();
+    // systemctl status shows the last cycle's and pass's report.
+    observeReports([watchdog = settings.watchdog](const std::string& report) {
+      watchdog->runReported(report);
+    });
+    LogRetention retention(std::stoi(context.settings.value("log-keep-days")));
     FeedingPause pause(settings.stop, settings.watchdog, true);
-    std::vector<ScheduledJob> jobs{
-        {interval(options->intakeEvery), [&settings] { runIntake(settings); }},
-        {interval(options->resendEvery), [&settings] { runResend(settings); }}};
+    std::vector<ScheduledJob> jobs{{interval(options->intakeEvery),
+                                    [&settings, &retention] {
+                                      retention.atCycleStart();
+                                      runIntake(settings);
+                                    }},
+                                   {interval(options->resendEvery), [&settings] { runResend(settings); }}};
     const auto betweenRuns = [&] {
       if (!settings.stop->takeHangup() || !reloadSettings(context)) return;
       applySettings(context.settings, fixed, *options, settings);
+      retention.setKeepDays(std::stoi(context.settings.value("log-keep-days")));
       jobs[0].every = interval(options->intakeEvery);
       jobs[1].every = interval(options->resendEvery);
       if (probe) probe->setTarget(settings.db, settings.connection);
@@ -194,6 +210,7 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
     };
     runSchedule(jobs, pause, *settings.stop, betweenRuns);
     settings.watchdog->stopping();
+    observeReports(nullptr);
     status.reset();
     reportLine("serve: stopped by " + settings.stop->signalName());
     if (probe && probe->busy()) {

@@ -21,9 +21,10 @@ const std::pair<const char*, const char*> kExamples[] = {
     {"serve",
      "vornleads --db /var/lib/vornleads/dms.fdb --home /opt/vornleads serve "
      "--intake-every 300 --resend-every 900 --status-port 9100"},
-    {"leads", "vornleads leads --since 2026-01-01 --json"},
-    {"updates", "vornleads updates --unsent --lead 4711"},
-    {"log", "vornleads log --day 2026-03-07 --kind intake"},
+    {"leads", "vornleads leads --since 2026-01-01 --limit 20"},
+    {"updates", "vornleads updates --unsent --lead 4711 --wide"},
+    {"log", "vornleads log --day 2026-03-07 --lead 4711 --json"},
+    {"check", "sudo -u vornleads vornleads check"},
 };
 
 const RegisterCommand registration(1000, [](CLI::App& app, CommandContext& /*context*/) {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "settings.h"
 #include "vornleads/data/conexao_simplificada.h"
+#include "vornleads/data/password_mask.h"
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/unsent_selection.h"
 #include "vornleads/package/log_failures.h"

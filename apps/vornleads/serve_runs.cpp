@@ -13,7 +13,6 @@
 #include "vornleads/data/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/text/datetime.h"
 
 namespace vornleads::cli {
 namespace {
@@ -129,10 +128,6 @@ class RunNotes {
 };
 
 }  // namespace
-
-void reportLine(const std::string& message) {
-  std::cerr << FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " " + oneLine(message) << std::endl;
-}
 
 void runIntake(const ServeSettings& settings) {
   SteadyClock::time_point cycleStart = SteadyClock::now();

@@ -15,6 +15,7 @@
 #include <memory>
 #include <string>
 
+#include "report_line.h"
 #include "serve_metrics.h"
 #include "stop_signal.h"
 #include "vornleads/data/sql_connection.h"
@@ -35,9 +36,5 @@ struct ServeSettings {
 
 void runIntake(const ServeSettings& settings);
 void runResend(const ServeSettings& settings);
-
-// Writes one report line on standard error, after a time stamp; line breaks of the text become
-// " / " so that one report stays one line.
-void reportLine(const std::string& text);
 
 }  // namespace vornleads::cli

@@ -18,12 +18,16 @@
 //   max-reply-bytes = 67108864
 //   status-port = 9100
 //   status-bind = 127.0.0.1
+//   retry-delay = 30000
+//   log-keep-days = 90
 //   lock-timeout = 60
 //   connect-timeout = 30
 //
-// An unknown section or key, a line that is not "key = value", or a value that does not parse
-// is a usage error (CLI::ValidationError, exit status 2) naming the file, the line and the key;
-// a file that cannot be read is an error (exit status 1).
+// A value may stand in double or single quotes, which are removed; a UTF-8 byte-order mark at
+// the start of the file is skipped. An unknown section or key, a line that is not
+// "key = value", a value that does not parse, or a key given twice is a usage error
+// (CLI::ValidationError, exit status 2) naming the file, the line(s) and the key; a file that
+// cannot be read, or is no regular file, is an error with the system's reason (exit status 1).
 //
 // Settings the library edition reads from the environment (endpoint, home, codepage,
 // receive-timeout-ms, ca-file, max-reply-bytes) are put into this process's environment when
@@ -35,6 +39,7 @@
 #pragma once
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -66,8 +71,10 @@ class Settings {
   const std::string& value(const std::string& key) const { return at(key).value; }
   bool fromDefault(const std::string& key) const { return at(key).source == "default"; }
 
-  // "key = value  (source)" lines in a fixed order, passwords in URIs masked.
+  // "key = value  (source)" lines in a fixed order, passwords masked (maskPassword).
   std::vector<std::string> describe() const;
+  // The same as one object: {"db": {"value": ..., "source": ..., "variable": "VORNLEADS_DB"}, ...}.
+  nlohmann::ordered_json json() const;
 
   // The connection bounds of lock-timeout and connect-timeout.
   ConnectionOptions connection() const;
@@ -79,8 +86,5 @@ class Settings {
   std::map<std::string, std::string> exported_;  // variable -> value this object set
 };
 
-// text with the password of a URI ("scheme://user:password@") or of an ODBC connection string
-// ("PWD=...;") replaced by "***".
-std::string maskPassword(const std::string& text);
 
 }  // namespace vornleads::cli

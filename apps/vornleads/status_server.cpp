@@ -73,6 +73,19 @@ StatusServer::StatusServer(const std::string& bind, int port, StatusPages pages)
   server_->Get("/metrics", [pages](const httplib::Request&, httplib::Response& response) {
     answer(response, pages.metrics);
   });
+  // The pages are there, only for another method.
+  const auto notAllowed = [](const httplib::Request&, httplib::Response& response) {
+    response.status = 405;
+    response.set_header("Allow", "GET");
+    response.set_content("only GET\n", "text/plain");
+  };
+  for (const char* page : {"/health", "/metrics"}) {
+    server_->Post(page, notAllowed);
+    server_->Put(page, notAllowed);
+    server_->Patch(page, notAllowed);
+    server_->Delete(page, notAllowed);
+    server_->Options(page, notAllowed);
+  }
   errno = 0;
   if (port == 0) {
     port_ = server_->bind_to_any_port(bind);

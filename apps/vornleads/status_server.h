@@ -1,6 +1,7 @@
 // The status server of `vornleads serve --status-port`: plain HTTP on a port of its own,
 // answering GET /health and GET /metrics from threads of its own (one per connection), while
-// the service works on. Anything else gets 404.
+// the service works on. Another method on those pages gets 405 with "Allow: GET"; any other
+// page 404.
 //
 // Slow clients cannot shut others out: a connection waits at most 2 s for the next bytes of
 // a request or for the next request, lasts at most 10 s in all, and holds only its own thread

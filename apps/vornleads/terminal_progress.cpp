@@ -17,6 +17,10 @@ void TerminalProgress::progress(int n, int total, const std::string& id) {
   shown_ = true;
 }
 
+void TerminalProgress::phase(const std::string& items) {
+  label_ = label_.substr(0, label_.find(": ") + 2) + items;
+}
+
 void TerminalProgress::clear() {
   if (!shown_) return;
   std::cerr << "\r\033[K" << std::flush;

@@ -18,6 +18,8 @@ class TerminalProgress : public RunControl {
 
   bool stopRequested() const override { return stop_ && stop_->stopRequested(); }
   void progress(int n, int total, const std::string& id) override;
+  // "confirming lead": the label's words after its "intake: " change.
+  void phase(const std::string& items) override;
   // Wipes the progress line, if one is shown.
   void clear();
 

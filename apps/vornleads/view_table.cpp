@@ -8,6 +8,9 @@
 namespace vornleads::cli {
 namespace {
 
+constexpr size_t kTextFloor = 20;  // a free text keeps this much before headers are cut
+constexpr size_t kLastFloor = 3;   // no cell is cut narrower
+
 nlohmann::ordered_json jsonOf(const SqlValue& value) {
   switch (value.kind()) {
     case SqlValue::Kind::Null:
@@ -38,16 +41,45 @@ std::string cellOf(const nlohmann::ordered_json& value) {
   return cell;
 }
 
-// Width on a terminal: UTF-8 continuation bytes take no column.
-size_t widthOf(const std::string& text) {
+// Narrows the column with the most room above its floor by one, again and again, until the
+// line (two blanks between columns) fits the width or every column is at its floor.
+void narrow(std::vector<size_t>& widths, const std::vector<size_t>& floors, size_t width) {
+  size_t line = 2 * (widths.size() - 1);
+  for (size_t w : widths) line += w;
+  while (line > width) {
+    size_t roomiest = widths.size();
+    for (size_t c = 0; c < widths.size(); ++c) {
+      if (widths[c] > floors[c] && (roomiest == widths.size() ||
+                                    widths[c] - floors[c] > widths[roomiest] - floors[roomiest])) {
+        roomiest = c;
+      }
+    }
+    if (roomiest == widths.size()) return;
+    --widths[roomiest];
+    --line;
+  }
+}
+
+}  // namespace
+
+size_t displayWidth(const std::string& text) {
   return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) {
     return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
   }));
 }
 
-}  // namespace
+std::string cutToWidth(const std::string& text, size_t width) {
+  if (displayWidth(text) <= width) return text;
+  if (width == 0) return "";
+  size_t end = 0;
+  for (size_t columns = 0; end < text.size(); ++end) {
+    if ((static_cast<unsigned char>(text[end]) & 0xC0) != 0x80 && ++columns == width) break;
+  }
+  return text.substr(0, end) + "…";
+}
 
-ViewTable::ViewTable(std::vector<std::string> columns) : columns_(std::move(columns)) {}
+ViewTable::ViewTable(std::vector<std::string> columns, std::set<std::string> textColumns)
+    : columns_(std::move(columns)), textColumns_(std::move(textColumns)) {}
 
 void ViewTable::add(const SqlRowSet& rows, size_t row) {
   std::vector<nlohmann::ordered_json> values;
@@ -55,7 +87,17 @@ void ViewTable::add(const SqlRowSet& rows, size_t row) {
   rows_.push_back(std::move(values));
 }
 
-void ViewTable::print(std::ostream& out, bool json) const {
+void ViewTable::keepNewest(const std::string& dateColumn, size_t limit) {
+  const size_t c = static_cast<size_t>(
+      std::find(columns_.begin(), columns_.end(), dateColumn) - columns_.begin());
+  std::stable_sort(rows_.begin(), rows_.end(), [c](const auto& a, const auto& b) {
+    if (a[c].is_null() || b[c].is_null()) return !a[c].is_null() && b[c].is_null();
+    return a[c].template get<std::string>() > b[c].template get<std::string>();
+  });
+  if (rows_.size() > limit) rows_.resize(limit);
+}
+
+void ViewTable::print(std::ostream& out, bool json, size_t width) const {
   if (json) {
     nlohmann::ordered_json array = nlohmann::ordered_json::array();
     for (const auto& row : rows_) {
@@ -71,15 +113,36 @@ void ViewTable::print(std::ostream& out, bool json) const {
     cells.emplace_back();
     for (const auto& value : row) cells.back().push_back(cellOf(value));
   }
-  std::vector<size_t> widths(columns_.size(), 0);
-  for (const auto& line : cells) {
-    for (size_t c = 0; c < line.size(); ++c) widths[c] = std::max(widths[c], widthOf(line[c]));
+  const size_t count = columns_.size();
+  std::vector<size_t> widths(count, 0), values(count, 0);
+  for (size_t line = 0; line < cells.size(); ++line) {
+    for (size_t c = 0; c < count; ++c) {
+      widths[c] = std::max(widths[c], displayWidth(cells[line][c]));
+      if (line > 0) values[c] = std::max(values[c], displayWidth(cells[line][c]));
+    }
+  }
+  if (width > 0) {
+    std::vector<size_t> texts(count), headers(count), last(count);
+    for (size_t c = 0; c < count; ++c) {
+      const bool text = textColumns_.count(columns_[c]) > 0;
+      last[c] = std::min(widths[c], kLastFloor);
+      headers[c] = text ? std::min(widths[c], kTextFloor) : std::max(values[c], last[c]);
+      texts[c] = text ? headers[c] : widths[c];
+    }
+    std::vector<size_t> freeTextsLast = headers;
+    for (size_t c = 0; c < count; ++c) {
+      if (textColumns_.count(columns_[c]) > 0) freeTextsLast[c] = last[c];
+    }
+    for (const auto* floors : {&texts, &headers, &freeTextsLast, &last}) {
+      narrow(widths, *floors, width);
+    }
   }
   for (const auto& line : cells) {
     std::string text;
-    for (size_t c = 0; c < line.size(); ++c) {
-      text += line[c];
-      if (c + 1 < line.size()) text += std::string(widths[c] - widthOf(line[c]) + 2, ' ');
+    for (size_t c = 0; c < count; ++c) {
+      const std::string cell = cutToWidth(line[c], widths[c]);
+      text += cell;
+      if (c + 1 < count) text += std::string(widths[c] - displayWidth(cell) + 2, ' ');
     }
     while (!text.empty() && text.back() == ' ') text.pop_back();
     out << text << "\n";

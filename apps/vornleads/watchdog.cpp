@@ -29,6 +29,18 @@ std::chrono::microseconds systemdWatchdogInterval() {
 Watchdog::Watchdog(std::shared_ptr<Notifier> notifier, std::chrono::microseconds interval)
     : notifier_(std::move(notifier)), interval_(interval) {}
 
+void Watchdog::runReported(const std::string& report) {
+  if (report.rfind("intake", 0) == 0) {
+    lastIntake_ = report;
+  } else if (report.rfind("resend", 0) == 0) {
+    lastResend_ = report;
+  } else {
+    return;
+  }
+  notifier_->notify("STATUS=" + lastIntake_ + (lastIntake_.empty() || lastResend_.empty() ? "" : "; ") +
+                    lastResend_);
+}
+
 void Watchdog::stopping() {
   if (stopping_) return;
   stopping_ = true;

@@ -39,6 +39,9 @@ class Watchdog {
   Watchdog(std::shared_ptr<Notifier> notifier, std::chrono::microseconds interval);
 
   void ready() { notifier_->notify("READY=1"); }
+  // STATUS= (what `systemctl status` shows): the last intake cycle's and the last resend pass's
+  // report line, "intake: ...; resend: ...". Other reports change nothing.
+  void runReported(const std::string& report);
   // STOPPING=1, sent once however often it is called.
   void stopping();
   // WATCHDOG=1 when a fifth of the interval has passed since the last one.
@@ -51,6 +54,7 @@ class Watchdog {
   std::chrono::microseconds interval_;
   std::chrono::steady_clock::time_point lastFed_{};
   bool stopping_ = false;
+  std::string lastIntake_, lastResend_;
 };
 
 // The stop signal's pause, cut into slices that each feed the watchdog first. With
@@ -79,6 +83,7 @@ class FeedingRunControl : public RunControl {
   void progress(int n, int total, const std::string& id) override {
     inner_->progress(n, total, id);
   }
+  void phase(const std::string& items) override { inner_->phase(items); }
 
  private:
   std::shared_ptr<RunControl> inner_;

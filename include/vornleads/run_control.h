@@ -19,6 +19,9 @@ class RunControl {
   virtual bool stopRequested() const = 0;
   // Item n of total (n from 1), identified by id, is about to be handled.
   virtual void progress(int n, int total, const std::string& id) = 0;
+  // The items reported from now on are of another kind ("confirming lead" once the intake's
+  // leads are written and their receipts go out). Nothing by default.
+  virtual void phase(const std::string& /*items*/) {}
 };
 
 // Never stops, reports nothing; never null.

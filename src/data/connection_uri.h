@@ -9,7 +9,7 @@ struct ConnectionTarget {
   std::string driverName;     // "Firebird", "MSSQL" or "ORACLE": what BuscaBanco maps
   std::string backend;        // SOCI backend: "firebird", "odbc" or "oracle"
   std::string connectString;  // SOCI connect string; holds the password, never shown
-  std::string description;    // the database for messages, without the password
+  std::string description;    // the database for messages, its password masked (maskPassword)
   std::string password;       // kept only to scrub it from messages that echo it
   std::string embeddedFile;   // the file of an embedded Firebird database, else ""
   // Firebird server only (empty otherwise): the database as the client library names it,

@@ -138,6 +138,7 @@ bool TLeadsVWMetodosClass::verificaLeads(const LeadItemsReply& Retorno) {
   leadsProcessados_ = std::vector<std::string>{};
   const int total = static_cast<int>(Retorno.Leads.size());
   int n = 0;
+  control_->phase("lead");
   for (const auto& item : Retorno.Leads) {
     if (control_->stopRequested()) {
       interrompido_ = true;

@@ -33,11 +33,15 @@ bool identificadorNumerico(const std::string& id) {
 }  // namespace
 
 void TLeadsVWMetodosClass::validaLeadsProcessados() {
+  const int total = static_cast<int>(leadsProcessados_->size());
+  int n = 0;
+  control_->phase("confirming lead");
   for (const std::string& id : *leadsProcessados_) {
     if (control_->stopRequested()) {
       interrompido_ = true;
       break;
     }
+    control_->progress(++n, total, id);
     if (!identificadorNumerico(id)) continue;
     auto link = conexao_.RetornaDataset(
         "select EMPRESA, REVENDA, CONTATO   from CAC_LEAD_CONTATO  where ID_LEAD_VW = " + id, "",

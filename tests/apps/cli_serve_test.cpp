@@ -16,6 +16,7 @@
 #include "apps/cli.h"
 #include "support/firebird_server.h"
 #include "vornleads/clock.h"
+#include "vornleads/package/log_file.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
@@ -214,6 +215,11 @@ TEST_F(CliServeTest, DatabaseAwayIsReportedAndUnhealthyUntilItIsBack) {
       << process->err();
   const auto down = get("/health");
   const auto metrics = get("/metrics");
+  httplib::Client client("127.0.0.1", port_);
+  const auto posted = client.Post("/metrics", "", "text/plain");
+  ASSERT_TRUE(posted);
+  EXPECT_EQ(posted->status, 405);
+  EXPECT_EQ(posted->get_header_value("Allow"), "GET");
   moveDatabase(true);
   EXPECT_EQ(down.first, 503) << down.second;
   const Json reasons = Json::parse(down.second)["reasons"];
@@ -340,6 +346,36 @@ TEST_F(CliServeTest, StatusPortInUseEndsTheServiceAtStart) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "vornleads: status server: cannot listen on 127.0.0.1 port " +
                          std::to_string(port) + ": Address already in use\n");
+}
+
+// With standard error the journal's stream, each report line starts with its syslog priority
+// and has no time stamp of its own; a database away makes every run fail. The first cycle of
+// the day deletes the dated log files older than log-keep-days, and no other file.
+TEST_F(CliServeTest, ReportLinesForTheJournalCarryTheirPriorityAndOldLogsGo) {
+  const auto dated = [](const char* prefix, int daysAgo) {
+    return prefix + FormatDateTime("yyyy_mm_dd", Now() - daysAgo) + ".txt";
+  };
+  const std::vector<std::string> expired = {dated(kLogBuscaLeads, 11), dated(kLogFachada, 400)},
+                                 kept = {dated(kLogEnvioLeads, 10), dated(kLogBuscaLeads, 0),
+                                         dated(kLogBuscaLeads, 30) + ".bak",
+                                         dated("notes_", 30), "logErroLeadsVW_2020_02_30.txt"};
+  for (const auto& name : expired) writeFile(home_ / name, "old\r\n");
+  for (const auto& name : kept) writeFile(home_ / name, "kept\r\n");
+  const std::string file = (scratch_ / "journal").string();
+  environment_ = "exec 2>" + file + "; JOURNAL_STREAM=$(stat -c %d:%i " + file +
+                 ") VORNLEADS_LOG_KEEP_DAYS=10 timeout --preserve-status -s TERM 3";
+  const CliRun run = bare("--db " + (scratch_ / "none.fdb").string() + " --home " +
+                          home_.path().string() + " serve --intake-every 0.5 --resend-every 600");
+  EXPECT_EQ(run.status, 0);
+  const std::string journal = readFile(file);
+  EXPECT_EQ(journal.rfind("<6>serve: intake every 0.5 s, resend every 600 s, library ", 0), 0u)
+      << journal;
+  EXPECT_GE(occurrences(journal, "\n<3>intake failed: database unavailable"), 2u) << journal;
+  EXPECT_NE(journal.find("\n<3>resend failed: database unavailable"), std::string::npos);
+  EXPECT_NE(journal.find("\n<6>serve: stopped by SIGTERM\n"), std::string::npos) << journal;
+  EXPECT_EQ(occurrences(journal, "\n<6>logs: deleted 2 log files older than 10 days\n"), 1u);
+  for (const auto& name : expired) EXPECT_FALSE(std::filesystem::exists(home_ / name)) << name;
+  for (const auto& name : kept) EXPECT_TRUE(std::filesystem::exists(home_ / name)) << name;
 }
 
 // SIGHUP reads the configuration file again between runs: new intervals take effect, a setting
@@ -484,7 +520,15 @@ TEST_F(CliServeTest, TellsSystemdReadyFeedsTheWatchdogInPausesAndSaysStopping) {
   EXPECT_EQ(messages.front(), "READY=1");
 
   ASSERT_TRUE(logged(*process, " resend: ")) << process->err();
-  receive(), messages.clear();
+  receive();
+  // What systemctl status shows: the last cycle's and pass's reports.
+  const auto status = std::find_if(messages.rbegin(), messages.rend(), [](const std::string& m) {
+    return m.rfind("STATUS=", 0) == 0;
+  });
+  ASSERT_NE(status, messages.rend());
+  EXPECT_EQ(status->rfind("STATUS=intake: 1 dealers, 0 leads read, ", 0), 0u) << *status;
+  EXPECT_NE(status->find("; resend: 0 rows read, 0 sent, "), std::string::npos) << *status;
+  messages.clear();
   std::this_thread::sleep_for(1s);  // the schedule's pause: a tenth of a second a feed
   receive();
   EXPECT_GE(messages.size(), 4u);

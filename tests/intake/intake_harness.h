@@ -25,7 +25,7 @@ TDateTime testNow();        // 09/06/2025 09:00:00
 // to. `changes` replaces members.
 Json leadItem(const std::string& idLead, const Json& changes = Json::object());
 
-// Records the pauses and the leads reported; never asks for a stop.
+// Records the pauses, the phases and the items reported; never asks for a stop.
 struct Host : RunControl, Pause {
   Strings reported;
   std::vector<int> waits;
@@ -33,6 +33,7 @@ struct Host : RunControl, Pause {
   void progress(int n, int total, const std::string& id) override {
     reported.push_back(std::to_string(n) + "/" + std::to_string(total) + " " + id);
   }
+  void phase(const std::string& items) override { reported.push_back(items + ":"); }
   void sleep(int milliseconds) override { waits.push_back(milliseconds); }
 };
 

@@ -60,7 +60,7 @@ TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConf
                                              R"(5001 confirmado","Retorno":"OK"}})"));
   EXPECT_EQ(worker_->sPbPasso(), "09");
   EXPECT_FALSE(worker_->listaDN().has_value());
-  EXPECT_EQ(Strings({"1/1 5001"}), host_->reported);
+  EXPECT_EQ(Strings({"lead:", "1/1 5001", "confirming lead:", "1/1 5001"}), host_->reported);
   const TotaisIntake& t = worker_->totais();
   EXPECT_EQ((std::vector<int>{1, 1, 1, 1, 0, 1}),
             (std::vector<int>{t.ciclos, t.revendas, t.leadsLidos, t.contatosCriados, t.falhas,
