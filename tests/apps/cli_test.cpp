@@ -13,7 +13,9 @@
 #include "support/firebird_server.h"
 #include "support/soap_test_server.h"
 #include "support/test_authority.h"
+#include "vornleads/clock.h"
 #include "vornleads/data/schema.h"
+#include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
 namespace {
