@@ -363,7 +363,7 @@ TEST_F(CliServeTest, ReportLinesForTheJournalCarryTheirPriorityAndOldLogsGo) {
   for (const auto& name : kept) writeFile(home_ / name, "kept\r\n");
   const std::string file = (scratch_ / "journal").string();
   environment_ = "exec 2>" + file + "; JOURNAL_STREAM=$(stat -c %d:%i " + file +
-                 ") VORNLEADS_LOG_KEEP_DAYS=10 timeout --preserve-status -s TERM 3";
+                 ") VORNLEADS_LOG_KEEP_DAYS=10 timeout --preserve-status -s TERM 6";
   const CliRun run = bare("--db " + (scratch_ / "none.fdb").string() + " --home " +
                           home_.path().string() + " serve --intake-every 0.5 --resend-every 600");
   EXPECT_EQ(run.status, 0);
