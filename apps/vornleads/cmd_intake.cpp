@@ -32,16 +32,9 @@ const RegisterCommand registration(20, [](CLI::App& app, CommandContext& context
   auto options = std::make_shared<IntakeOptions>();
   CLI::App* command =
       app.add_subcommand("intake", "one intake cycle (buscarLeads) through the library edition");
-  CLI::Option* retryDelay =
-      command
-          ->add_option("--retry-delay", options->retryDelay,
-                       "pause before a repeated cycle, in milliseconds (default: "
-                       "VORNLEADS_RETRY_DELAY, the configuration file's retry-delay, 30000)")
-          ->check(CLI::NonNegativeNumber);
+  CLI::Option* retryDelay = addRetryDelayOption(*command, options->retryDelay);
   command->callback([options, retryDelay, &context] {
-    if (retryDelay->count() == 0) {
-      options->retryDelay = std::stoi(context.settings.value("retry-delay"));
-    }
+    options->retryDelay = retryDelayIn(*retryDelay, options->retryDelay, context.settings);
     const CommandStop stop("intake");
     const std::unique_ptr<SqlConnection> connection = context.openDatabase();
     const LeadsLibrary library;

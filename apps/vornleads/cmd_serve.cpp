@@ -131,12 +131,7 @@ const RegisterCommand registration(45, [](CLI::App& app, CommandContext& context
                        "seconds between resend passes (default: VORNLEADS_RESEND_EVERY, the "
                        "configuration file's resend-every, 900; fractions allowed)")
           ->check(kIntervalRange);
-  CLI::Option* retryDelay =
-      command
-          ->add_option("--retry-delay", options->retryDelay,
-                       "pause before a repeated intake cycle, in milliseconds (default: "
-                       "VORNLEADS_RETRY_DELAY, the configuration file's retry-delay, 30000)")
-          ->check(CLI::NonNegativeNumber);
+  CLI::Option* retryDelay = addRetryDelayOption(*command, options->retryDelay);
   CLI::Option* statusPort =
       command
           ->add_option("--status-port", options->statusPort,

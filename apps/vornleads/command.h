@@ -31,6 +31,11 @@ struct CommandContext {
   std::unique_ptr<SqlConnection> openDatabase() const;
 };
 
+// --retry-delay MS on a command that runs intake cycles: the pause before a repeated cycle. The
+// option's value when given, else the retry-delay setting's (see retryDelayIn).
+CLI::Option* addRetryDelayOption(CLI::App& command, int& milliseconds);
+int retryDelayIn(const CLI::Option& option, int given, const Settings& settings);
+
 // A command adds its subcommand to the app and sets the subcommand's callback. The callback
 // may throw: std::exception messages go to standard error with exit status 1.
 using CommandSetup = std::function<void(CLI::App& app, CommandContext& context)>;

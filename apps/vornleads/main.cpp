@@ -19,6 +19,18 @@ std::unique_ptr<SqlConnection> CommandContext::openDatabase() const {
   return OpenConnection(global.db, settings.connection());
 }
 
+CLI::Option* addRetryDelayOption(CLI::App& command, int& milliseconds) {
+  return command
+      .add_option("--retry-delay", milliseconds,
+                  "pause before a repeated intake cycle, in milliseconds (default: "
+                  "VORNLEADS_RETRY_DELAY, the configuration file's retry-delay, 30000)")
+      ->check(CLI::NonNegativeNumber);
+}
+
+int retryDelayIn(const CLI::Option& option, int given, const Settings& settings) {
+  return option.count() > 0 ? given : std::stoi(settings.value("retry-delay"));
+}
+
 RegisterCommand::RegisterCommand(int order, CommandSetup setup) {
   commands().emplace(order, std::move(setup));
 }

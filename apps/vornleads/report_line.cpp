@@ -9,6 +9,7 @@
 #include <iostream>
 #include <utility>
 
+#include "summaries.h"
 #include "vornleads/clock.h"
 #include "vornleads/text/datetime.h"
 
@@ -64,14 +65,7 @@ std::string reportText(const std::string& message, bool journal) {
   std::string line =
       journal ? "<" + std::to_string(static_cast<int>(reportPriority(text))) + ">"
               : FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " ";
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\r' && text[i] != '\n') {
-      line += text[i];
-    } else if (text[i] == '\n' || i + 1 == text.size() || text[i + 1] != '\n') {
-      line += " / ";
-    }
-  }
-  return line;
+  return line + oneLine(text);
 }
 
 bool standardErrorIsJournal() {

@@ -14,7 +14,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "data/file_descriptor.h"
+#include "text/file_descriptor.h"
 
 #include "vornleads/data/password_mask.h"
 #include "vornleads/error.h"

@@ -6,6 +6,8 @@
 #include <initializer_list>
 #include <vector>
 
+#include "text/ascii_case.h"
+
 namespace vornleads {
 namespace {
 
@@ -25,11 +27,6 @@ bool holdsCode(const ISC_STATUS* status, size_t size, std::initializer_list<ISC_
   return false;
 }
 
-std::string upper(std::string text) {
-  for (char& ch : text) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  return text;
-}
-
 bool identifierChar(char ch) {
   return std::isalnum(static_cast<unsigned char>(ch)) || ch == '_' || ch == '$';
 }
@@ -44,12 +41,12 @@ std::vector<std::string> words(const std::string& sql) {
       i = end == std::string::npos ? sql.size() : end + 1;
     } else if (sql[i] == '"') {
       const size_t end = sql.find('"', i + 1);
-      result.push_back(upper(sql.substr(i + 1, end == std::string::npos ? end : end - i - 1)));
+      result.push_back(asciiUpper(sql.substr(i + 1, end == std::string::npos ? end : end - i - 1)));
       i = end == std::string::npos ? sql.size() : end + 1;
     } else if (identifierChar(sql[i])) {
       size_t end = i;
       while (end < sql.size() && identifierChar(sql[end])) ++end;
-      result.push_back(upper(sql.substr(i, end - i)));
+      result.push_back(asciiUpper(sql.substr(i, end - i)));
       i = end;
     } else {
       ++i;

@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "data/file_descriptor.h"
+#include "text/file_descriptor.h"
 #include "vornleads/error.h"
 
 namespace vornleads {

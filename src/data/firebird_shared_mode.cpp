@@ -12,7 +12,7 @@
 #include <system_error>
 #include <vector>
 
-#include "data/file_descriptor.h"
+#include "text/file_descriptor.h"
 
 namespace vornleads {
 namespace {

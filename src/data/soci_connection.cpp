@@ -14,6 +14,7 @@ extern "C" soci::backend_factory const* factory_odbc();
 #include "data/firebird_sibling.h"
 #include "data/soci_rows.h"
 #include "data/soci_statement.h"
+#include "text/ascii_case.h"
 #include "vornleads/error.h"
 
 namespace vornleads {
@@ -36,11 +37,6 @@ std::string quotedText(const std::string& text) {
     if (ch == '\'') result += '\'';
   }
   return result + "'";
-}
-
-std::string upper(std::string text) {
-  for (char& ch : text) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  return text;
 }
 
 std::string rightTrimmed(std::string text) {
@@ -253,7 +249,7 @@ void SociConnection::rollback() {
 }
 
 std::vector<std::string> SociConnection::primaryKey(const std::string& table) {
-  const std::string name = upper(table);
+  const std::string name = asciiUpper(table);
   const auto known = primaryKeys_.find(name);
   if (known != primaryKeys_.end()) return known->second;
 
@@ -275,7 +271,7 @@ std::vector<std::string> SociConnection::primaryKey(const std::string& table) {
   std::vector<std::string> columns;
   for (const auto& row : query(sql).rows) {
     // System tables hold names in fixed-width CHAR columns.
-    columns.push_back(upper(rightTrimmed(row.at(0).asString())));
+    columns.push_back(asciiUpper(rightTrimmed(row.at(0).asString())));
   }
   primaryKeys_.emplace(name, columns);
   return columns;

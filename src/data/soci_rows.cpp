@@ -7,16 +7,12 @@
 #include <cstring>
 #include <ctime>
 
+#include "text/ascii_case.h"
 #include "vornleads/error.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads {
 namespace {
-
-std::string upper(std::string text) {
-  for (char& ch : text) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  return text;
-}
 
 DateTimeParts partsOf(const std::tm& time, int millisecond) {
   DateTimeParts parts;
@@ -141,7 +137,7 @@ std::vector<std::string> sociColumnNames(const soci::row& row) {
   std::vector<std::string> names;
   names.reserve(row.size());
   for (size_t index = 0; index < row.size(); ++index) {
-    names.push_back(upper(row.get_properties(index).get_name()));
+    names.push_back(asciiUpper(row.get_properties(index).get_name()));
   }
   return names;
 }

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <optional>
 
-#include "data/file_descriptor.h"
+#include "text/file_descriptor.h"
 #include "package/text_lines.h"
 #include "vornleads/error.h"
 

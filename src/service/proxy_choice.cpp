@@ -5,13 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "text/ascii_case.h"
+
 namespace vornleads {
 namespace {
-
-std::string lowered(std::string text) {
-  for (char& c : text) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-  return text;
-}
 
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
@@ -63,16 +60,16 @@ std::string hostOf(const std::string& url) {
     host = authority.substr(0, authority.find(':'));
   }
   if (!host.empty() && host.back() == '.') host.pop_back();
-  return lowered(host);
+  return asciiLower(host);
 }
 
 }  // namespace
 
 bool bypassesProxy(const std::string& host, const std::string& noProxy) {
-  const std::string name = lowered(host);
+  const std::string name = asciiLower(host);
   for (std::size_t at = 0; at < noProxy.size();) {
     const auto end = noProxy.find_first_of(", \t", at);
-    const std::string entry = lowered(noProxy.substr(at, end - at));
+    const std::string entry = asciiLower(noProxy.substr(at, end - at));
     if (entry == "*" || (!entry.empty() && entryMatches(name, entry))) return true;
     if (end == std::string::npos) break;
     at = end + 1;
@@ -81,7 +78,7 @@ bool bypassesProxy(const std::string& host, const std::string& noProxy) {
 }
 
 std::string proxyFor(const std::string& url) {
-  const std::string scheme = lowered(url.substr(0, url.find("://")));
+  const std::string scheme = asciiLower(url.substr(0, url.find("://")));
   std::string proxy;
   if (scheme == "http") {
     proxy = environment("http_proxy");

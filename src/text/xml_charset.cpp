@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "text/ascii_case.h"
 #include "text/cp1252.h"
 #include "text/utf8_codec.h"
 
@@ -12,13 +13,6 @@ namespace vornleads::xml {
 namespace {
 
 enum class Encoding { Utf8, Utf16LE, Utf16BE, Latin1, Windows1252, Ascii };
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
-std::string lowered(std::string text) {
-  for (char& c : text) c = lower(c);
-  return text;
-}
 
 std::string trimmed(const std::string& text) {
   const auto first = text.find_first_not_of(" \t\r\n");
@@ -63,7 +57,7 @@ std::string declaredEncoding(const std::string& bytes) {
 }
 
 std::optional<Encoding> encodingNamed(const std::string& label, const std::string& bytes) {
-  const std::string name = lowered(label);
+  const std::string name = asciiLower(label);
   if (name == "utf-8" || name == "utf8") return Encoding::Utf8;
   // UCS-2 is UTF-16 without surrogates; some writers still name it.
   if (name == "utf-16" || name == "utf16" || name == "ucs-2" || name == "iso-10646-ucs-2") {
@@ -275,7 +269,7 @@ std::string charsetOf(const std::string& contentType) {
     const auto next = contentType.find(';', at + 1);
     const std::string parameter = trimmed(contentType.substr(at + 1, next - at - 1));
     const auto equals = parameter.find('=');
-    if (equals != std::string::npos && lowered(trimmed(parameter.substr(0, equals))) == "charset") {
+    if (equals != std::string::npos && asciiLower(trimmed(parameter.substr(0, equals))) == "charset") {
       std::string value = trimmed(parameter.substr(equals + 1));
       if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
         value = value.substr(1, value.size() - 2);
