@@ -3,14 +3,20 @@
 // VornLeadsVW.dll; and a hand-written SOAP caller, in the client's wire form, for the sandbox.
 #pragma once
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <signal.h>
+#include <sys/socket.h>
+
 #include <optional>
 #include <pugixml.hpp>
 #include <string>
 
 #include "support/firebird_db.h"
 #include "support/sandbox_process.h"
+#include "vornleads/clock.h"
+#include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
 
@@ -79,6 +85,37 @@ inline std::string retorno(int codigo, const std::string& descricao,
          R"(","Retorno":")" + (codigo ? "ERRO" : "OK") + "\"}}";
 }
 
+// A fault that makes the sandbox reject `operation` with `codigo` (and `descricao`).
+inline Json rejection(const std::string& operation, int codigo, const std::string& descricao = "") {
+  Json fault = {{"operation", operation}, {"mode", "reject"}, {"codigo", codigo}};
+  if (!descricao.empty()) fault["descricao"] = descricao;
+  return fault;
+}
+
+// Lead items `first` to `last` (see leadItem).
+inline Json leadItems(int first, int last) {
+  Json items = Json::array();
+  for (int id = first; id <= last; ++id) items.push_back(leadItem(id));
+  return items;
+}
+
+inline size_t occurrences(const std::string& text, const std::string& part) {
+  size_t n = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+// A TCP socket connected to 127.0.0.1:`port` (the connection checked), closed by the caller.
+inline int connectLoopback(int port) {
+  const int sock = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  EXPECT_EQ(::connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  return sock;
+}
+
 class CliTest : public ::testing::Test {
  protected:
   explicit CliTest(std::optional<SandboxTls> tls = std::nullopt)
@@ -90,10 +127,11 @@ class CliTest : public ::testing::Test {
   CliRun bare(const std::string& arguments, const std::string& input = "") {
     return run(environment_ + " " + (binDir() / "vornleads").string() + " " + arguments, input);
   }
-  // The test's database, sandbox (or `endpoint`) and host directory as options.
-  std::string options(const std::string& endpoint = "") const {
+  // The test's database, sandbox (or `endpoint`) and host directory (or `home`) as options.
+  std::string options(const std::string& endpoint = "",
+                      const std::filesystem::path& home = {}) const {
     return "--db " + uri_ + " --endpoint " + (endpoint.empty() ? sandbox_.url() : endpoint) +
-           " --home " + home_.path().string() + " ";
+           " --home " + (home.empty() ? home_.path() : home).string() + " ";
   }
   CliRun vornleads(const std::string& arguments, const std::string& endpoint = "",
                    const std::string& input = "") {
@@ -106,8 +144,26 @@ class CliTest : public ::testing::Test {
       processes.push_back(std::make_unique<ChildProcess>(
           std::vector<std::string>{"/bin/sh", "-c", (binDir() / "vornleads").string() + " " + a}));
     std::vector<CliRun> runs;
-    for (auto& p : processes) runs.push_back({p->wait(std::chrono::minutes(10)), p->out(), p->err()});
+    for (auto& p : processes)
+      runs.push_back({p->wait(std::chrono::minutes(10)), p->out(), p->err()});
     return runs;
+  }
+  // bin/vornleads started with the test's database, sandbox and host directory and `rest`.
+  std::unique_ptr<ChildProcess> start(const std::vector<std::string>& rest) {
+    std::vector<std::string> args{(binDir() / "vornleads").string(), "--db", uri_};
+    args.insert(args.end(), {"--endpoint", sandbox_.url(), "--home", home_.path().string()});
+    args.insert(args.end(), rest.begin(), rest.end());
+    return std::make_unique<ChildProcess>(args);
+  }
+  // SIGTERM ends serve within `limit`, with status 0 and its last word; returns the status.
+  static int stop(ChildProcess& process, std::chrono::seconds limit = std::chrono::seconds(5)) {
+    process.signal(SIGTERM);
+    const int status = process.wait(limit);
+    EXPECT_EQ(status, 0) << process.err();
+    const std::string err = process.err();
+    EXPECT_EQ(err.substr(err.rfind('\n', err.size() - 2) + 1).substr(20),
+              "serve: stopped by SIGTERM\n");
+    return status;
   }
 
   // Contact `contato` of branch 1.1, `diasAtras` days old, linked to lead `lead`, which the
@@ -136,6 +192,15 @@ class CliTest : public ::testing::Test {
         std::to_string(lead) + ", " + std::to_string(sequencia) + ", " + std::to_string(status) +
         ", " + reagendamento + ", CURRENT_TIMESTAMP - 1, 'N', 297, '" + descricao + "', 12)");
   }
+  // `n` updates left unsent by an earlier pass on leads 8001.. of a dealer number the intake does
+  // not fetch (added to `leads`), their contacts numbered far above what an intake draws.
+  void addUnsentElsewhere(int n, Json& leads) {
+    for (int i = 0; i < n; ++i) {
+      addLeadContact(900001 + i, 8001 + i, 3, false);
+      addUnsentRow(8001 + i, 1, 10);
+      leads.push_back({{"IdLead", std::to_string(8001 + i)}, {"DealerNumber", "99999"}});
+    }
+  }
 
   // The host directory's log files whose names start with `prefix`, one after the other.
   std::string logs(const std::string& prefix) const {
@@ -147,6 +212,17 @@ class CliTest : public ::testing::Test {
   }
 
   int64_t count(const std::string& sql) { return db_->query(sql).rows.at(0).at(0).asInteger(); }
+  int64_t rows(const std::string& from) { return count("SELECT COUNT(*) FROM " + from); }
+  // The leads the sandbox holds as confirmed.
+  int confirmed() const {
+    int n = 0;
+    for (const auto& lead : sandbox_.leads()) n += lead["confirmed"].get<bool>() ? 1 : 0;
+    return n;
+  }
+  // Today's send log in the host directory.
+  std::filesystem::path sendLog() const {
+    return home_ / ("logErroLeadsVW_" + FormatDateTime("yyyy_mm_dd", Now()) + ".txt");
+  }
 
   // "SEQUENCIA ENVIOU CODIGO_ERRO DESCRICAO_ERRO" of each journal row of a lead, a line each.
   std::string journal(int lead) {

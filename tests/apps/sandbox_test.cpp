@@ -1,10 +1,7 @@
 // bin/vornleads-sandbox over real HTTP: its command line, each operation of the leads service
 // answered from its lead store, the wire forms it reads, the requests it cannot read or that
 // arrive too slowly, its fault modes and its reset.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -147,10 +144,12 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
   const std::string xml = "text/xml; charset=utf-8",
                     fetch = R"({"DNs":"5678","Status":"0","Nome":"X"})";
   const std::string parametros = "<Parametros>" + xmlText(fetch) + "</Parametros>";
-  const std::string latin1 = callBody(ns, "BuscaLeadsStatus", "<Parametros>\xE7</Parametros>");
+  const auto fetchBody = [&](const std::string& content, const std::string& extra = "") {
+    return callBody(ns, "BuscaLeadsStatus", content, extra);
+  };
+  const std::string latin1 = fetchBody("<Parametros>\xE7</Parametros>");
   std::string utf16 = "\xFF\xFE";
-  for (char c :
-       "<?xml version=\"1.0\" encoding=\"utf-16\"?>" + callBody(ns, "BuscaLeadsStatus", parametros))
+  for (char c : "<?xml version=\"1.0\" encoding=\"utf-16\"?>" + fetchBody(parametros))
     utf16 += std::string{c, '\0'};
   const struct {
     std::string soapAction, contentType, body;
@@ -158,37 +157,34 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
     std::string answer;  // the <return> text, or the faultstring
   } forms[] = {
       {action, xml, soapEnvelope("BuscaLeadsStatus", fetch), 200, leadsReply(kLead2001)},
-      {"\"\"", xml, callBody(ns, "BuscaLeadsStatus", parametros), 200, leadsReply(kLead2001)},
+      {"\"\"", xml, fetchBody(parametros), 200, leadsReply(kLead2001)},
       {action, "text/xml", utf16, 200, leadsReply(kLead2001)},
       {action, xml,
-       callBody(ns, "BuscaLeadsStatus", "<Parametros href=\"#p\"/>",
-                "<t:string id=\"p\">" + xmlText(fetch) + "</t:string>"),
+       fetchBody("<Parametros href=\"#p\"/>",
+                 "<t:string id=\"p\">" + xmlText(fetch) + "</t:string>"),
        200, leadsReply(kLead2001)},
-      {action, xml, callBody(ns, "BuscaLeadsStatus", "<Parametros href=\"#9\"/>"), 500,
+      {action, xml, fetchBody("<Parametros href=\"#9\"/>"), 500,
        "Parametros refers to \"#9\", which is not in the request"},
       {action, xml, "DNs=1234", 500,
        "the request is not XML: No document element found at offset 8"},
       {action, xml, latin1, 500,
        "the request is not valid UTF-8: invalid bytes at offset " +
            std::to_string(latin1.find('\xE7'))},
-      {action, xml, callBody(ns, "BuscaLeadsStatus", "<Parametros>&#x110000;</Parametros>"), 500,
+      {action, xml, fetchBody("<Parametros>&#x110000;</Parametros>"), 500,
        "the request refers to &#x110000;, which is no XML character"},
-      {action, "text/xml; charset=koi8-r", callBody(ns, "BuscaLeadsStatus", parametros), 500,
+      {action, "text/xml; charset=koi8-r", fetchBody(parametros), 500,
        "the request's encoding \"koi8-r\" is not supported"},
       // Labels that disagree: UTF-8 bytes settle it, other bytes name both labels.
       {action, "text/xml; charset=ISO-8859-1",
        "<?xml version=\"1.0\" encoding=\"utf-8\"?>" +
-           callBody(ns, "BuscaLeadsStatus",
-                    R"(<Parametros>{"DNs":"5678","Status":"0","Nome":"Conceição"}</Parametros>)"),
+           fetchBody(R"(<Parametros>{"DNs":"5678","Status":"0","Nome":"Conceição"}</Parametros>)"),
        200, leadsReply(kLead2001)},
       {action, "text/xml; charset=windows-1252",
        "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + latin1, 500,
        "the request's encoding labels disagree: \"windows-1252\" (Content-Type) and \"utf-8\" (XML "
        "declaration)"},
-      {action, xml,
-       callBody(ns, "BuscaLeadsStatus",
-                "<Parametros xsi:type=\"xsd:base64Binary\">e30=</Parametros>"),
-       500, "Parametros is not a string (found xsd:base64Binary)"},
+      {action, xml, fetchBody("<Parametros xsi:type=\"xsd:base64Binary\">e30=</Parametros>"), 500,
+       "Parametros is not a string (found xsd:base64Binary)"},
       {action, xml,
        "<e:Envelope xmlns:e=\"http://www.w3.org/2003/05/soap-envelope\"><e:Body/></e:Envelope>",
        500,
@@ -199,7 +195,7 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
        500, "the SOAP request names no operation"},
       {action, xml, callBody("urn:outro", "BuscaLeadsStatus", parametros), 500,
        "operation \"BuscaLeadsStatus\" is in namespace \"urn:outro\", not " + ns},
-      {"\"" + ns + "#AtualizaLeads\"", xml, callBody(ns, "BuscaLeadsStatus", parametros), 500,
+      {"\"" + ns + "#AtualizaLeads\"", xml, fetchBody(parametros), 500,
        "SOAPAction \"" + ns + "#AtualizaLeads\" does not name the operation of the body, " + ns +
            "#BuscaLeadsStatus"},
       {"\"" + ns + "#ApagaLeads\"", xml, callBody(ns, "ApagaLeads", parametros), 500,
@@ -222,30 +218,24 @@ TEST_F(SandboxTest, ReadsCallsAsStrictlyAsTheServiceDoes) {
 // One raw HTTP exchange on a fresh connection: the request's bytes, each `pause` apart when
 // trickled, and the whole answer up to the close (or 20 s).
 std::string rawExchange(int port, const std::string& request, std::chrono::milliseconds pause) {
-  const int sock = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const int sock = connectLoopback(port);
   std::string answer;
-  if (::connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
-    const std::size_t step = pause.count() > 0 ? 1 : request.size();
-    pollfd watched{sock, POLLIN, 0};
-    for (std::size_t at = 0; at < request.size() && poll(&watched, 1, 0) == 0; at += step) {
-      if (::send(sock, request.data() + at, step, MSG_NOSIGNAL) <= 0) break;
-      std::this_thread::sleep_for(pause);
-    }
-    char buffer[4096];
-    for (int waits = 0; waits < 200 && poll(&watched, 1, 100) >= 0; ++waits) {
-      if (!(watched.revents & (POLLIN | POLLHUP))) continue;
-      const ssize_t n = ::recv(sock, buffer, sizeof buffer, 0);
-      if (n <= 0) break;
-      answer.append(buffer, static_cast<std::size_t>(n));
-      const auto headersEnd = answer.find("\r\n\r\n"), length = answer.find("Content-Length: ");
-      if (headersEnd != std::string::npos && length < headersEnd &&
-          answer.size() >= headersEnd + 4 + std::stoul(answer.substr(length + 16))) {
-        break;  // the whole answer
-      }
+  const std::size_t step = pause.count() > 0 ? 1 : request.size();
+  pollfd watched{sock, POLLIN, 0};
+  for (std::size_t at = 0; at < request.size() && poll(&watched, 1, 0) == 0; at += step) {
+    if (::send(sock, request.data() + at, step, MSG_NOSIGNAL) <= 0) break;
+    std::this_thread::sleep_for(pause);
+  }
+  char buffer[4096];
+  for (int waits = 0; waits < 200 && poll(&watched, 1, 100) >= 0; ++waits) {
+    if (!(watched.revents & (POLLIN | POLLHUP))) continue;
+    const ssize_t n = ::recv(sock, buffer, sizeof buffer, 0);
+    if (n <= 0) break;
+    answer.append(buffer, static_cast<std::size_t>(n));
+    const auto headersEnd = answer.find("\r\n\r\n"), length = answer.find("Content-Length: ");
+    if (headersEnd != std::string::npos && length < headersEnd &&
+        answer.size() >= headersEnd + 4 + std::stoul(answer.substr(length + 16))) {
+      break;  // the whole answer
     }
   }
   ::close(sock);
