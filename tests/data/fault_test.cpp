@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <tuple>
 
@@ -97,21 +98,15 @@ TEST(HeldRow, EveryTransactionWaitsItsBoundThenNamesTheTable) {
 class ServerFault : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    server_ = new test::FirebirdServer();
+    server_ = std::make_unique<test::FirebirdServer>();
     uri_ = server_->createDatabase("dms.fdb");
     OpenConnection(uri_)->execute(
         "CREATE TABLE MARCA (ID INTEGER NOT NULL PRIMARY KEY, V INTEGER)");
   }
-  static void TearDownTestSuite() {
-    delete server_;
-    server_ = nullptr;
-  }
-  static test::FirebirdServer* server_;
-  static std::string uri_;
+  static void TearDownTestSuite() { server_.reset(); }
+  static inline std::unique_ptr<test::FirebirdServer> server_;
+  static inline std::string uri_;
 };
-
-test::FirebirdServer* ServerFault::server_ = nullptr;
-std::string ServerFault::uri_;
 
 // The server killed under a connection at each point of its work: every call after that fails
 // with a DatabaseError, rolling back and closing end quietly, and a new connection to the

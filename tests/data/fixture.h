@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <exception>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -56,6 +59,23 @@ inline std::string linha(const SqlRowSet& rows, const std::string& columns = "",
 
 inline int64_t count(SqlConnection& connection, const std::string& sql) {
   return connection.query(sql).rows.at(0).at(0).asInteger();
+}
+
+// Runs work(0) and work(1) on two threads at once; the first failure of either is raised here.
+inline void inTwoThreads(const std::function<void(int)>& work) {
+  std::exception_ptr failures[2];
+  auto run = [&](int index) {
+    try {
+      work(index);
+    } catch (...) {
+      failures[index] = std::current_exception();
+    }
+  };
+  std::thread first(run, 0), second(run, 1);
+  first.join();
+  second.join();
+  for (const std::exception_ptr& failure : failures)
+    if (failure) std::rethrow_exception(failure);
 }
 
 // One scratch database per suite (creating one costs about a second); each test gets a

@@ -1,4 +1,5 @@
-// The routines without a database: Geral, values, INSERT statements, URIs, SQL scripts.
+// The routines without a database: Geral, values, INSERT statements, URIs, SQL scripts, and the
+// dialect check the recording tests rely on.
 #include "vornleads/data/geral.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include "data/connection_uri.h"
 #include "data/schema_text.h"
 #include "fixture.h"
+#include "support/sql_dialect_check.h"
 #include "vornleads/data/formata_string.h"
 #include "vornleads/data/insert_builder.h"
 #include "vornleads/data/password_mask.h"
@@ -314,6 +316,34 @@ TEST(SplitSqlScript, SplitsAtSemicolonsOutsideTextAndComments) {
   EXPECT_EQ((test::Statements{"A", "B ('a;b'' -- no; ')", "C (2 / 1)", "D 'open; quote"}),
             splitSqlScript("-- heading; with a semicolon\nA;\n/* block; comment */ B ('a;b'' "
                            "-- no; ');\nC (2 / 1) -- trailing\n;\n  ;\n-- end\nD 'open; quote"));
+}
+
+// The independent parser that checks the SQL Server and Oracle texts of the recording tests
+// must be there, reject what is not SQL of the dialect and let only the listed exceptions by.
+TEST(SqlDialectCheck, RejectsWhatTheDialectDoesNotParseSaveTheListedExceptions) {
+  const std::tuple<const char*, const char*, bool> casos[] = {
+      // dialect, sql, rejected
+      {"oracle", "select CAC_CONTATOE1R1.nextval PROXIMO_NUMERO from dual", false},
+      {"oracle", "select X from T where A = TO_DATE('05/03/2024','dd/mm/yyyy')", false},
+      {"tsql", "insert into T (A, B) values (CAST('05-03-2024' AS DATETIME), 'D''ARC')", false},
+      {"tsql", "select next value for GER_OPERACAOE1R1 PROXIMO_NUMERO", false},  // listed
+      {"oracle",                                                                 // listed
+       "create sequence S minvalue 1 maxvalue 999999999 start with 7 increment by 1 cache 20",
+       false},
+      {"oracle", "select next value for GER_OPERACAOE1R1 PROXIMO_NUMERO", true},  // T-SQL only
+      {"tsql", "insert into T (A, B) values (1, 'x'", true},
+      {"oracle", "select A B C from T", true},
+      {"tsql", "select 1; select 2", true},
+      {"oracle", "create sequence S start with 7", true}};  // not the listed form
+  std::vector<test::DialectStatement> batch;
+  std::vector<std::string> expected, rejected;
+  for (const auto& [dialect, sql, refused] : casos) {
+    batch.push_back({dialect, sql});
+    if (refused) expected.push_back(sql);
+  }
+  for (const std::string& line : test::rejectedStatements(batch))
+    rejected.push_back(line.substr(line.rfind(": ") + 2));
+  EXPECT_EQ(expected, rejected);
 }
 
 }  // namespace

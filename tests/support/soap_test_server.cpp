@@ -28,22 +28,26 @@ int boundLoopbackSocket(int& port) {
   return fd;
 }
 
-std::string loopbackUrl(int port) {
-  return "http://127.0.0.1:" + std::to_string(port) + "/soap/IVornLeadsVW";
-}
+std::string loopbackBase(int port) { return "http://127.0.0.1:" + std::to_string(port); }
+std::string loopbackUrl(int port) { return loopbackBase(port) + "/soap/IVornLeadsVW"; }
 
 }  // namespace
 
 SoapTestServer::SoapTestServer() {
-  server_.Post("/.*", [this](const httplib::Request& request, httplib::Response& response) {
+  const auto record = [this](const httplib::Request& request, httplib::Response& response) {
     Handler handler;
     {
       std::lock_guard<std::mutex> lock(mutex_);
-      last_ = {request.path, request.body, {request.headers.begin(), request.headers.end()}};
+      last_ = {request.method,
+               request.path,
+               request.body,
+               {request.headers.begin(), request.headers.end()}};
       handler = handler_;
     }
     if (handler) handler(request, response);
-  });
+  };
+  server_.Post("/.*", record);
+  server_.Get("/.*", record);
   port_ = server_.bind_to_any_port("127.0.0.1");
   if (port_ <= 0) throw std::runtime_error("the test server could not bind a port");
   thread_ = std::thread([this] { server_.listen_after_bind(); });
@@ -56,6 +60,7 @@ SoapTestServer::~SoapTestServer() {
 }
 
 std::string SoapTestServer::url() const { return loopbackUrl(port_); }
+std::string SoapTestServer::base() const { return loopbackBase(port_); }
 
 void SoapTestServer::answer(Handler handler) {
   std::lock_guard<std::mutex> lock(mutex_);

@@ -1,6 +1,6 @@
-// Loopback peers for the SOAP client tests: a canned HTTP server on port 0 whose answer each
-// test sets and which keeps what it received; a socket that drops every connection unanswered;
-// and a port where nothing listens.
+// Loopback peers for the HTTP client tests: a canned HTTP server on port 0 whose answer each
+// test sets (to POST and GET alike) and which keeps what it received; a socket that drops every
+// connection unanswered; and a port where nothing listens.
 #pragma once
 
 #include <httplib.h>
@@ -14,6 +14,7 @@
 namespace vornleads::test {
 
 struct ReceivedRequest {
+  std::string method;
   std::string path;
   std::string body;
   std::multimap<std::string, std::string, httplib::detail::ci> headers;
@@ -29,6 +30,8 @@ class SoapTestServer {
   SoapTestServer& operator=(const SoapTestServer&) = delete;
 
   std::string url() const;
+  // http://127.0.0.1:PORT, without the SOAP path of url().
+  std::string base() const;
   void answer(Handler handler);
   void answer(int status, const std::string& body,
               const std::string& contentType = "text/xml; charset=utf-8");

@@ -1,16 +1,11 @@
 #include "support/test_authority.h"
 
-#include <cstdlib>
-#include <stdexcept>
-
 namespace vornleads::test {
 namespace {
 
+// std::runtime_error with openssl's output when it fails.
 void run(const std::string& command, const std::filesystem::path& dir) {
-  const std::string quiet = "cd '" + dir.string() + "' && " + command + " >openssl.log 2>&1";
-  if (std::system(quiet.c_str()) != 0) {
-    throw std::runtime_error("openssl failed: " + command + "\n" + readFile(dir / "openssl.log"));
-  }
+  commandOutput("cd '" + dir.string() + "' && " + command);
 }
 
 }  // namespace
