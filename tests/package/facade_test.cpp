@@ -1,5 +1,6 @@
 // The facade and what it stands on: the configuration file, the endpoint change, the service
 // calls over real SOAP against the sandbox, the library edition loaded as a host loads it.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -186,14 +187,10 @@ TEST(LeadsLibrary, LoadsTheLibraryEditionOrSaysWhyNot) {
   EXPECT_EQ(LeadsLibrary(test::binDir() / kBibliotecaLeads).bind()(8, "{}"),
             envelope(297, "Serviço 8 desconhecido em IntegraLeadsVW (os serviços vão de 1 a 7)"));
   const std::string file = (test::binDir() / "ausente.dll").string();
-  EXPECT_THROW(
-      try { LeadsLibrary{file}; } catch (const VornError& error) {
-        EXPECT_EQ(std::string(error.what()),
+  EXPECT_THAT([&] { LeadsLibrary{file}; },
+              ::testing::ThrowsMessage<VornError>(
                   "Não foi possível carregar a biblioteca \"" + file + "\": " + file +
-                      ": cannot open shared object file: No such file or directory");
-        throw;
-      },
-      VornError);
+                  ": cannot open shared object file: No such file or directory"));
 }
 
 }  // namespace
