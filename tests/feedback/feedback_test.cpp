@@ -259,9 +259,8 @@ TEST_F(FeedbackTest, RejectionsAndFailedSendsAreJournalledAndNotified) {
   }
 }
 
-// Each failure of the service leaves the row unsent with the library edition's status 297
-// and the failure's text: not sent, which is no rejection by VW, also when a resend pass meets
-// the failure again. The next pass delivers it once, and the pass after reads nothing.
+// A service failure leaves the row unsent (297 and the failure's text, no rejection by VW), also
+// when a resend pass meets it again; the next pass delivers it once, the one after reads nothing.
 TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass) {
   isolate();
   for (const char* mode : {"drop", "malformed", "http500", "soapfault"}) {

@@ -1,7 +1,5 @@
-// The intake worker's steps on recording connections: number conversions, each lookup and what
-// it fills or names as missing, and a new lead written from lookup to message on SQL Server and
-// Oracle, so that the independent parser of the recording tests checks every statement of the
-// path (sql_dialect_check.h).
+// The intake worker's steps on recording connections: number conversions, the lookups, and a
+// new lead's whole path on SQL Server and Oracle for the dialect check (sql_dialect_check.h).
 #include <cmath>
 #include <string>
 #include <vector>

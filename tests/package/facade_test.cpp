@@ -138,9 +138,8 @@ TEST(Facade, AlteraEnderecoServico) {
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
 }
 
-// The facade's service calls against the sandbox: replies pass through as the service wrote
-// them, in the boundary code page, and every failure becomes the 297 envelope naming the
-// operation, the endpoint and the cause, within the facade's receive time-out.
+// Replies pass through as the sandbox wrote them, in the boundary code page; a failure becomes
+// the 297 envelope naming operation, endpoint and cause, within the receive time-out.
 TEST(Facade, ServiceCallsAgainstTheSandbox) {
   // clang-format off
   const std::string fetch = R"({"DNs":"1234","Status":"0","Nome":"X"})";

@@ -1,6 +1,5 @@
-// The leads-service interface over SOAP against loopback peers: what a call puts on the wire, the
-// reply forms SOAP stacks write and what the call makes of each, and how a call that brings no
-// result is reported (the operation, the endpoint and the cause).
+// The leads-service interface over SOAP against loopback peers: what a call puts on the wire,
+// what it makes of each reply form, and how a call without a result is reported.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
