@@ -1,8 +1,6 @@
-// The one fixture of the feedback tests: an embedded Firebird DMS database, the sandbox on a
-// loopback port and the library edition loaded from a scratch host directory (it reads its
-// endpoint once: one sandbox per program). Tests share a database with lead numbers of their
-// own; a resend test, whose pass reads every integrated branch, isolates itself. Every database
-// refuses to write a delivered journal row again.
+// The feedback tests' fixture: a Firebird DMS database shared by tests with lead numbers of
+// their own (a resend test isolates itself), one sandbox per program (the library edition reads
+// its endpoint once). Every database refuses to write a delivered journal row again.
 #pragma once
 
 #include <gtest/gtest.h>

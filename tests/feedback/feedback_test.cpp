@@ -33,8 +33,11 @@ std::string failure(Call call) {
   return "(no error)";
 }
 
-// The row stands as in progress while VW is called; the send log keeps request and reply.
+// The row stands as in progress while VW is called; the send log keeps request and reply. A
+// send log that cannot be written (a directory stands where the day's file should be) changes no
+// outcome: the acceptance is journalled delivered, never sent again, the lost entry recorded.
 TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged) {
+  isolate();  // the resend pass reads every integrated branch
   const int32_t lead = newLead();
   addJournalRow(*db_, lead, 1, 1, "S");  // delivered rows are never written again
   const auto logFile = home() / "logErroLeadsVW_2024_03_15.txt";
@@ -65,29 +68,22 @@ TEST_F(FeedbackTest, AcceptedUpdateIsJournalledInProgressThenDeliveredAndLogged)
                 R"({"Mensagem":"Status do lead )" +
                 std::to_string(lead) + R"( atualizado para 10","Retorno":"OK"}})" + "\r\n",
             readFile(logFile));
-}
 
-// A send log that cannot be written (a directory stands where the day's file should be)
-// changes no outcome: VW's acceptance is journalled delivered and never sent again, and the
-// lost entry is recorded for the host.
-TEST_F(FeedbackTest, SendLogThatCannotBeWrittenChangesNoOutcome) {
-  isolate();
-  const int32_t lead = newLead();
-  const auto logFile = home() / "logErroLeadsVW_2024_03_15.txt";
   std::filesystem::remove(logFile);
   std::filesystem::create_directory(logFile);
   const uint64_t lost = logWriteFailureCount();
-  auto atualiza = worker(*db_);
-  auto parametros = updateOf(lead, 10);
-  const auto resposta = atualiza->realizaAtualizacao(parametros);
+  const int32_t unlogged = newLead();
+  atualiza = worker(*db_);
+  parametros = updateOf(unlogged, 10);
+  const auto aceita = atualiza->realizaAtualizacao(parametros);
   const auto resendido = resendPass(*db_);
   std::filesystem::remove(logFile);
-  ASSERT_TRUE(resposta.has_value());
+  ASSERT_TRUE(aceita.has_value());
   EXPECT_EQ(TAtualizaLeadsVW::Desfecho::Aceito, atualiza->desfecho());
   EXPECT_EQ("12-", atualiza->sPbMensagemAtu());
-  EXPECT_EQ(Strings{std::string("1|10|S|-|") + kEntregue}, journal(*db_, lead));
+  EXPECT_EQ(Strings{std::string("1|10|S|-|") + kEntregue}, journal(*db_, unlogged));
   EXPECT_EQ("0/0/0/0", resendido);
-  EXPECT_EQ(1u, updatesOf(lead).size());
+  EXPECT_EQ(1u, updatesOf(unlogged).size());
   EXPECT_EQ(1u, logWriteFailureCount() - lost);
   ASSERT_TRUE(atualiza->falhaLogEnvio().has_value());
   EXPECT_EQ(0u, atualiza->falhaLogEnvio()->rfind("Não foi possível gravar o arquivo \"", 0));
@@ -156,8 +152,9 @@ TEST_F(FeedbackTest, EarlierStatusesAndTheContactsAgeDecideWhatIsSent) {
 }
 
 // A date that cannot be read reaches the caller as a plain error; an appointment up to six
-// months ahead is journalled and sent with the update.
-TEST_F(FeedbackTest, RescheduledUpdateCarriesItsAppointment) {
+// months ahead is journalled and sent with the update. A resent update goes with its own date
+// and marks the lead's earlier unsent rows, only those below its sequence, as delivered.
+TEST_F(FeedbackTest, RescheduledAndResentUpdatesCarryTheirDates) {
   const int32_t lead = newLead();
   auto parametros = updateOf(lead, 9);
   parametros.dataReagendamento = "31/02/2024";
@@ -167,6 +164,17 @@ TEST_F(FeedbackTest, RescheduledUpdateCarriesItsAppointment) {
   ASSERT_TRUE(worker(*db_)->realizaAtualizacao(parametros).has_value());
   EXPECT_EQ(Strings{"1|9|S|-||12|15/03/2024 10:00:00|14/09/2024 08:30:00"}, journal(*db_, lead));
   EXPECT_EQ("14/09/2024 08:30:00", updatesOf(lead).at(0)["DataReagendamento"]);
+
+  const int32_t resent = newLead();
+  for (int32_t sequencia = 1; sequencia <= 7; ++sequencia)
+    addJournalRow(*db_, resent, sequencia, 1, sequencia == 2 ? "S" : "N");
+  parametros = updateOf(resent, 1);
+  parametros.reenvio = true;
+  parametros.sequenciaReenvio = 5;
+  parametros.dataAtualizacaoReenvio = "14/03/2024 10:00:00";
+  ASSERT_TRUE(worker(*db_)->realizaAtualizacao(parametros).has_value());
+  EXPECT_EQ("SSSSSNN", enviou(*db_, resent));
+  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(resent).at(0)["DataAtualizacao"]);
 }
 
 TEST_F(FeedbackTest, MissingCpfOrLibraryIsJournalledAndNothingIsSent) {
@@ -251,24 +259,8 @@ TEST_F(FeedbackTest, RejectionsAndFailedSendsAreJournalledAndNotified) {
   }
 }
 
-// An accepted update marks the lead's earlier unsent rows, only those below its own sequence,
-// as delivered.
-TEST_F(FeedbackTest, AcceptedUpdateMarksOnlyTheEarlierUnsentRowsOfItsLead) {
-  const int32_t resent = newLead();
-  for (int32_t sequencia = 1; sequencia <= 7; ++sequencia)
-    addJournalRow(*db_, resent, sequencia, 1, sequencia == 2 ? "S" : "N");
-  auto parametros = updateOf(resent, 1);
-  parametros.reenvio = true;
-  parametros.sequenciaReenvio = 5;
-  parametros.dataAtualizacaoReenvio = "14/03/2024 10:00:00";
-  ASSERT_TRUE(worker(*db_)->realizaAtualizacao(parametros).has_value());
-  EXPECT_EQ("SSSSSNN", enviou(*db_, resent));
-  EXPECT_EQ("14/03/2024 10:00:00", updatesOf(resent).at(0)["DataAtualizacao"]);
-}
-
-// Each failure of the service leaves the row unsent with the library edition's status 297
-// and the failure's text: not sent, which is no rejection by VW, also when a resend pass meets
-// the failure again. The next pass delivers it once, and the pass after reads nothing.
+// A service failure leaves the row unsent (297 and the failure's text, no rejection by VW), also
+// when a resend pass meets it again; the next pass delivers it once, the one after reads nothing.
 TEST_F(FeedbackTest, RowLeftUnsentByAServiceFailureIsDeliveredOnceByTheNextPass) {
   isolate();
   for (const char* mode : {"drop", "malformed", "http500", "soapfault"}) {

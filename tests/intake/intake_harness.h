@@ -1,6 +1,5 @@
-// The one fixture of the intake tests: a fresh sample database, the sandbox behind the library
-// edition, a fixed clock, a recording host and a host directory of the test's own; beside them
-// a fake database for SQL text and failures.
+// The fixture of the intake cycles: a fresh sample database, the sandbox behind the library
+// edition, a fixed clock, a recording host and a host directory of the test's own.
 #pragma once
 
 #include <memory>
@@ -19,6 +18,10 @@ using Strings = std::vector<std::string>;
 
 SandboxProcess& sandbox();  // started, and VORNLEADS_ENDPOINT set, before any bridge call
 TDateTime testNow();        // 09/06/2025 09:00:00
+inline const std::string kSucesso =
+    R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)";  // a reply's opening
+inline const std::string kReinicio =  // a worker's sixth failed cycle in a row
+    "Ocorreram repetidos erros ao integrar os leads, o serviço será reiniciado";
 
 // A lead item for dealer 1234 with every field filled; phone 900000000 + its number and CPF
 // "5" + its number in ten digits, so that leads match customers only where a test means them
@@ -60,8 +63,6 @@ class IntakeTest : public ::testing::Test {
   std::unique_ptr<SqlConnection> connection_;
   TAplicacaoLibrary aplicacao_;
   std::unique_ptr<TLeadsVWMetodosClass> worker_;
-  RecordingConnection fake_{"Firebird"};
-  TLeadsVWMetodosClass onFake_{aplicacao_, fake_};
 };
 
 }  // namespace vornleads::test

@@ -1,5 +1,6 @@
 // The facade and what it stands on: the configuration file, the endpoint change, the service
 // calls over real SOAP against the sandbox, the library edition loaded as a host loads it.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -137,9 +138,8 @@ TEST(Facade, AlteraEnderecoServico) {
   EXPECT_EQ(fachada.endereco(), "http://novo:8080/soap");
 }
 
-// The facade's service calls against the sandbox: replies pass through as the service wrote
-// them, in the boundary code page, and every failure becomes the 297 envelope naming the
-// operation, the endpoint and the cause, within the facade's receive time-out.
+// Replies pass through as the sandbox wrote them, in the boundary code page; a failure becomes
+// the 297 envelope naming operation, endpoint and cause, within the receive time-out.
 TEST(Facade, ServiceCallsAgainstTheSandbox) {
   // clang-format off
   const std::string fetch = R"({"DNs":"1234","Status":"0","Nome":"X"})";
@@ -186,14 +186,10 @@ TEST(LeadsLibrary, LoadsTheLibraryEditionOrSaysWhyNot) {
   EXPECT_EQ(LeadsLibrary(test::binDir() / kBibliotecaLeads).bind()(8, "{}"),
             envelope(297, "Serviço 8 desconhecido em IntegraLeadsVW (os serviços vão de 1 a 7)"));
   const std::string file = (test::binDir() / "ausente.dll").string();
-  EXPECT_THROW(
-      try { LeadsLibrary{file}; } catch (const VornError& error) {
-        EXPECT_EQ(std::string(error.what()),
+  EXPECT_THAT([&] { LeadsLibrary{file}; },
+              ::testing::ThrowsMessage<VornError>(
                   "Não foi possível carregar a biblioteca \"" + file + "\": " + file +
-                      ": cannot open shared object file: No such file or directory");
-        throw;
-      },
-      VornError);
+                  ": cannot open shared object file: No such file or directory"));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// The leads-service interface over SOAP against loopback peers: what a call puts on the wire, the
-// reply forms SOAP stacks write and what the call makes of each, and how a call that brings no
-// result is reported (the operation, the endpoint and the cause).
+// The leads-service interface over SOAP against loopback peers: what a call puts on the wire,
+// what it makes of each reply form, and how a call without a result is reported.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -21,6 +21,7 @@ namespace vornleads {
 namespace {
 
 using test::SoapTestServer;
+using ::testing::StartsWith;
 
 const std::string kSoap = "http://schemas.xmlsoap.org/soap/envelope/";
 const std::string kService = "urn:VornLeadsVWIntf-IVornLeadsVW";
@@ -79,17 +80,13 @@ std::string compressed(const std::string& text, bool gzip) {
 }
 
 // An environment variable set for one scope.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+struct ScopedEnv {
+  ScopedEnv(const char* name, const std::string& value) : name(name) {
     setenv(name, value.c_str(), 1);
   }
-  ~ScopedEnv() { unsetenv(name_); }
+  ~ScopedEnv() { unsetenv(name); }
   ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  const char* name_;
+  const char* const name;
 };
 
 std::string fault(const std::string& inside) {
@@ -310,35 +307,30 @@ TEST(SoapClient, CallsWithoutAResult) {
     const auto waited = std::chrono::steady_clock::now() - started;
     EXPECT_TRUE(row.url != trickling.url() || waited > std::chrono::milliseconds(900));
   }
-  // TLS with a plain HTTP peer, then with authorities that cannot be read; curl adds detail.
-  EXPECT_EQ(outcomeOf(tls).rfind(kFailed + "falha na negociação TLS: ", 0), 0u) << outcomeOf(tls);
-  setenv("VORNLEADS_CA_FILE", "/nonexistent/ca.pem", 1);
-  const std::string unread = outcomeOf(tls);
-  unsetenv("VORNLEADS_CA_FILE");
-  EXPECT_NE(unread.find("/nonexistent/ca.pem)"), std::string::npos) << unread;  // curl's detail
-  EXPECT_EQ(
-      unread.rfind(kFailed + "o certificado do servidor foi recusado: as autoridades confiáveis "
-                             "não puderam ser lidas (",
-                   0),
-      0u)
-      << unread;
-  // A server whose authority is not trusted is refused; named in VORNLEADS_CA_FILE, it is trusted.
-  const test::TestAuthority authority;
+  // TLS with a plain HTTP peer, then with authorities that cannot be read (curl's detail).
+  const std::string refused = kFailed + "o certificado do servidor foi recusado: ";
+  EXPECT_THAT(outcomeOf(tls), StartsWith(kFailed + "falha na negociação TLS: "));
+  {
+    const ScopedEnv unreadable("VORNLEADS_CA_FILE", "/nonexistent/ca.pem");
+    EXPECT_THAT(outcomeOf(tls), ::testing::AllOf(::testing::HasSubstr("/nonexistent/ca.pem)"),
+                                                 StartsWith(refused + "as autoridades confiáveis "
+                                                                      "não puderam ser lidas (")));
+  }
+  // A server whose authority is not trusted is refused; named in VORNLEADS_CA_FILE, it is
+  // trusted, and then only the file's authorities are.
+  const test::TestAuthority authority, other;
   const test::SandboxProcess sandbox(
       {}, std::chrono::seconds(30),
       test::SandboxTls{authority.serverCert(), authority.serverKey(), authority.caFile()});
-  EXPECT_EQ(outcomeOf(sandbox.url()).rfind(kFailed + "o certificado do servidor foi recusado: ", 0),
-            0u);
-  setenv("VORNLEADS_CA_FILE", authority.caFile().c_str(), 1);
-  EXPECT_EQ(
-      outcomeOf(sandbox.url()),
-      R"(= {"Status":{"Codigo":204,"Descricao":"DN não informado","Versao":"1.0"},"Leads":[]})");
-  // Named in the file, only the file's authorities are trusted.
-  const test::TestAuthority other;
-  setenv("VORNLEADS_CA_FILE", other.caFile().c_str(), 1);
-  EXPECT_EQ(outcomeOf(sandbox.url()).rfind(kFailed + "o certificado do servidor foi recusado: ", 0),
-            0u);
-  unsetenv("VORNLEADS_CA_FILE");
+  EXPECT_THAT(outcomeOf(sandbox.url()), StartsWith(refused));
+  {
+    const ScopedEnv trusted("VORNLEADS_CA_FILE", authority.caFile());
+    EXPECT_EQ(
+        outcomeOf(sandbox.url()),
+        R"(= {"Status":{"Codigo":204,"Descricao":"DN não informado","Versao":"1.0"},"Leads":[]})");
+  }
+  const ScopedEnv otherOnly("VORNLEADS_CA_FILE", other.caFile());
+  EXPECT_THAT(outcomeOf(sandbox.url()), StartsWith(refused));
   EXPECT_EQ(enderecoSemCredenciais("https://u:p@host:1/a@b?c=@"), "https://host:1/a@b?c=@");
   EXPECT_EQ(enderecoSemCredenciais("http://host/a@b"), "http://host/a@b");
   EXPECT_EQ(enderecoSemCredenciais("u:p@host/x"), "host/x");
