@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace fault_matrix {
 

@@ -24,10 +24,10 @@
 
 #include "bench_support.h"
 #include "vornleads/data/conexao_simplificada.h"
-#include "vornleads/data/schema.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/schema.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace {

@@ -40,10 +40,10 @@
 #include "bench_support.h"
 #include "statement_recorder.h"
 #include "vornleads/data/aplicacao.h"
-#include "vornleads/data/schema.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/schema.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 namespace {
 

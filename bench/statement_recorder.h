@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace bench_support {
 

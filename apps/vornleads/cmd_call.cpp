@@ -18,7 +18,7 @@
 
 #include "command.h"
 #include "service_numbers.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/codepage.h"
 
 namespace vornleads::cli {

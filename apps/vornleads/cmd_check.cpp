@@ -18,10 +18,10 @@
 #include "command.h"
 #include "command_stop.h"
 #include "service_numbers.h"
-#include "vornleads/data/password_mask.h"
-#include "vornleads/data/schema.h"
-#include "vornleads/data/sql_connection.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/db/password_mask.h"
+#include "vornleads/db/schema.h"
+#include "vornleads/db/sql_connection.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/codepage.h"
 
 namespace vornleads::cli {

@@ -8,7 +8,7 @@
 
 #include "command.h"
 #include "command_stop.h"
-#include "vornleads/data/schema.h"
+#include "vornleads/db/schema.h"
 #include "vornleads/error.h"
 
 namespace vornleads::cli {

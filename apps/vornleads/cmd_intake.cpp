@@ -12,9 +12,9 @@
 #include "summaries.h"
 #include "terminal_progress.h"
 #include "vornleads/data/aplicacao.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 namespace vornleads::cli {
 namespace {

@@ -13,7 +13,7 @@
 #include "view_options.h"
 #include "view_table.h"
 #include "vornleads/data/geral.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads::cli {
 namespace {

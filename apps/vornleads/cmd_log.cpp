@@ -18,8 +18,8 @@
 #include "log_entries.h"
 #include "view_options.h"
 #include "view_table.h"
-#include "vornleads/clock.h"
 #include "vornleads/package/log_file.h"
+#include "vornleads/text/clock.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::cli {

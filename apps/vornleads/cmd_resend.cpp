@@ -12,9 +12,9 @@
 #include "command_stop.h"
 #include "summaries.h"
 #include "terminal_progress.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 namespace vornleads::cli {
 namespace {

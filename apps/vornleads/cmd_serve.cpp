@@ -28,15 +28,15 @@
 #include <vector>
 
 #include "command.h"
-#include "data/firebird_shared_mode.h"
 #include "database_probe.h"
+#include "db/firebird_shared_mode.h"
 #include "log_retention.h"
 #include "serve_health.h"
 #include "serve_runs.h"
 #include "serve_schedule.h"
 #include "status_server.h"
-#include "vornleads/data/engine_signals.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/db/engine_signals.h"
+#include "vornleads/package/leads_library.h"
 
 namespace vornleads::cli {
 namespace {

@@ -22,10 +22,10 @@
 #include "command.h"
 #include "command_stop.h"
 #include "summaries.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 namespace vornleads::cli {
 namespace {

@@ -16,7 +16,7 @@
 #include "view_table.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/geral.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/feedback/unsent_selection.h"
 
 namespace vornleads::cli {

@@ -3,7 +3,7 @@
 #include <iostream>
 #include <utility>
 
-#include "vornleads/data/engine_signals.h"
+#include "vornleads/db/engine_signals.h"
 
 namespace vornleads::cli {
 namespace {

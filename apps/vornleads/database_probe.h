@@ -19,7 +19,7 @@
 #include <thread>
 
 #include "serve_health.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads::cli {
 

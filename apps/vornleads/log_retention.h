@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 
 namespace vornleads::cli {
 

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "summaries.h"
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::cli {

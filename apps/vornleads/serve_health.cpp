@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "vornleads/data/conexao_simplificada.h"
-#include "vornleads/data/password_mask.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/password_mask.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/feedback/unsent_selection.h"
 #include "vornleads/package/log_failures.h"
 

@@ -19,7 +19,7 @@
 
 #include "serve_metrics.h"
 #include "status_server.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads::cli {
 

@@ -10,7 +10,7 @@
 #include "summaries.h"
 #include "terminal_progress.h"
 #include "vornleads/data/aplicacao.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
 #include "vornleads/intake/leads_vw_metodos.h"
 

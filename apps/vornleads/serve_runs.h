@@ -18,7 +18,7 @@
 #include "report_line.h"
 #include "serve_metrics.h"
 #include "stop_signal.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/types.h"
 #include "watchdog.h"
 

@@ -16,7 +16,7 @@
 
 #include "text/file_descriptor.h"
 
-#include "vornleads/data/password_mask.h"
+#include "vornleads/db/password_mask.h"
 #include "vornleads/error.h"
 
 namespace vornleads::cli {

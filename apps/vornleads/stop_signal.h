@@ -13,8 +13,8 @@
 
 #include <string>
 
-#include "vornleads/clock.h"
-#include "vornleads/run_control.h"
+#include "vornleads/text/clock.h"
+#include "vornleads/text/run_control.h"
 
 namespace vornleads::cli {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "stop_signal.h"
-#include "vornleads/run_control.h"
+#include "vornleads/text/run_control.h"
 
 namespace vornleads::cli {
 

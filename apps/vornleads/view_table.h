@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_value.h"
 
 namespace vornleads::cli {
 

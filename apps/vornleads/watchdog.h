@@ -16,8 +16,8 @@
 #include <string>
 
 #include "stop_signal.h"
-#include "vornleads/clock.h"
-#include "vornleads/run_control.h"
+#include "vornleads/text/clock.h"
+#include "vornleads/text/run_control.h"
 
 namespace vornleads::cli {
 

@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "vornleads/data/numeracao_reserva.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads {
 

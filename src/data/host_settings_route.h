@@ -7,7 +7,7 @@
 #include <string>
 
 #include "vornleads/data/host_settings.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads {
 

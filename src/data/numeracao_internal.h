@@ -5,7 +5,7 @@
 #include <string>
 
 #include "data/host_settings_route.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/error.h"
 
 namespace vornleads::numeracao {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_value.h"
 
 namespace vornleads {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_value.h"
 
 namespace vornleads {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "vornleads/error.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/codepage.h"
 #include "vornleads/text/datetime.h"
 #include "vornleads/text/text_cut.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_value.h"
 #include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 

@@ -4,7 +4,7 @@
 
 #include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads {

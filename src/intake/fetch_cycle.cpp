@@ -6,7 +6,7 @@
 
 #include "vornleads/error.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/service/records_requests.h"
 #include "vornleads/text/codepage.h"
 #include "vornleads/text/text_cut.h"

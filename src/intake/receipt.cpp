@@ -7,7 +7,7 @@
 #include "vornleads/error.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 #include "vornleads/intake/leads_vw_metodos.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/service/records_requests.h"
 #include "vornleads/text/codepage.h"
 #include "vornleads/text/datetime.h"

@@ -1,4 +1,4 @@
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 
 #include <chrono>
 #include <ctime>

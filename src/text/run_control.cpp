@@ -1,4 +1,4 @@
-#include "vornleads/run_control.h"
+#include "vornleads/text/run_control.h"
 
 namespace vornleads {
 namespace {

@@ -15,7 +15,7 @@
 
 #include "support/firebird_db.h"
 #include "support/sandbox_process.h"
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {

@@ -7,7 +7,7 @@
 #include "apps/cli.h"
 #include "vornleads/error.h"
 #include "vornleads/package/host_directory.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 
 namespace vornleads::test {
 namespace {

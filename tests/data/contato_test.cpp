@@ -7,11 +7,11 @@
 #include <tuple>
 #include <vector>
 
-#include "fixture.h"
-#include "vornleads/clock.h"
+#include "support/firebird_suite.h"
 #include "vornleads/data/cliente_prospect.h"
 #include "vornleads/data/fonte_pagadora.h"
 #include "vornleads/data/novo_contato.h"
+#include "vornleads/text/clock.h"
 
 namespace vornleads {
 namespace {

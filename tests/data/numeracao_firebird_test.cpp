@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "fixture.h"
+#include "support/firebird_suite.h"
 #include "vornleads/data/cliente_prospect.h"
 #include "vornleads/data/numeracao.h"
 #include "vornleads/data/numeracao_reserva.h"

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "fixture.h"
+#include "support/firebird_suite.h"
 #include "vornleads/data/host_settings.h"
 #include "vornleads/data/numeracao_reserva.h"
 

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "data/fixture.h"
+#include "support/firebird_suite.h"
 #include "support/fixed_clock.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
-#include "vornleads/service/leads_library.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {

@@ -12,7 +12,8 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 foreach(expected bin/vornleads bin/vornleads-sandbox bin/VornLeadsVW.dll
-                 include/vornleads/vornleads.h include/vornleads/data/geral.h)
+                 include/vornleads/vornleads.h include/vornleads/data/geral.h
+                 include/vornleads/db/sql_connection.h)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed tree lacks ${expected}")
   endif()

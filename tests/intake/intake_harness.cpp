@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "vornleads/package/leads_library.h"
 #include "vornleads/package/log_file.h"
-#include "vornleads/service/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "data/fixture.h"
+#include "support/firebird_suite.h"
 #include "support/fixed_clock.h"
 #include "support/sandbox_process.h"
 #include "vornleads/intake/leads_vw_metodos.h"

@@ -12,8 +12,8 @@
 #include "support/sandbox_process.h"
 #include "vornleads/error.h"
 #include "vornleads/package/configuracao.h"
+#include "vornleads/package/leads_library.h"
 #include "vornleads/package/udm_vornleadsvw.h"
-#include "vornleads/service/leads_library.h"
 #include "vornleads/text/codepage.h"
 
 namespace vornleads {

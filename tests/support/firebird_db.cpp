@@ -5,9 +5,9 @@
 #include <atomic>
 #include <system_error>
 
-#include "data/firebird_create.h"
-#include "data/firebird_shared_mode.h"
-#include "vornleads/data/schema.h"
+#include "db/firebird_create.h"
+#include "db/firebird_shared_mode.h"
+#include "vornleads/db/schema.h"
 
 namespace vornleads::test {
 namespace {

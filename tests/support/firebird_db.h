@@ -10,7 +10,7 @@
 #include <string>
 
 #include "support/paths.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads::test {
 

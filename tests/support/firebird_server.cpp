@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "support/soap_test_server.h"
-#include "vornleads/data/schema.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/schema.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads::test {
 namespace {

@@ -1,7 +1,7 @@
 // FixedClock: a Clock that answers the date-time it was given last.
 #pragma once
 
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 
 namespace vornleads::test {
 

@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "vornleads/clock.h"
 #include "vornleads/error.h"
+#include "vornleads/text/clock.h"
 
 namespace vornleads {
 namespace {

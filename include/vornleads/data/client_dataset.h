@@ -34,8 +34,8 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/data/sql_connection.h"
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_connection.h"
+#include "vornleads/db/sql_value.h"
 
 namespace vornleads {
 

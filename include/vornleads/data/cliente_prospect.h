@@ -30,7 +30,7 @@
 #include <string>
 
 #include "vornleads/data/numeracao_reserva.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

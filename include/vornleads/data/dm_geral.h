@@ -10,7 +10,7 @@
 #include <string>
 
 #include "vornleads/data/client_dataset.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads {
 

@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "vornleads/data/sql_value.h"
+#include "vornleads/db/sql_value.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -41,7 +41,7 @@
 #include <cstdint>
 #include <string>
 
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads {
 

@@ -34,7 +34,7 @@
 #include <string>
 #include <tuple>
 
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 
 namespace vornleads {
 

@@ -27,10 +27,10 @@
 #include <memory>
 #include <string>
 
-#include "vornleads/clock.h"
 #include "vornleads/data/conexao_simplificada.h"
-#include "vornleads/data/sql_connection.h"
-#include "vornleads/run_control.h"
+#include "vornleads/db/sql_connection.h"
+#include "vornleads/text/clock.h"
+#include "vornleads/text/run_control.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -31,12 +31,12 @@
 #include <optional>
 #include <string>
 
-#include "vornleads/clock.h"
 #include "vornleads/data/conexao_simplificada.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/service/records_replies.h"
 #include "vornleads/service/records_requests.h"
 #include "vornleads/service/records_working.h"
+#include "vornleads/text/clock.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -20,7 +20,7 @@
 #include <cstdint>
 #include <string>
 
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -43,17 +43,17 @@
 #include <string>
 #include <vector>
 
-#include "vornleads/clock.h"
 #include "vornleads/data/aplicacao.h"
 #include "vornleads/data/client_dataset.h"
 #include "vornleads/data/conexao_simplificada.h"
 #include "vornleads/data/numeracao_reserva.h"
-#include "vornleads/data/sql_connection.h"
+#include "vornleads/db/sql_connection.h"
 #include "vornleads/intake/totais_intake.h"
-#include "vornleads/run_control.h"
 #include "vornleads/service/lead_items_reply.h"
 #include "vornleads/service/records_replies.h"
 #include "vornleads/service/records_working.h"
+#include "vornleads/text/clock.h"
+#include "vornleads/text/run_control.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

@@ -24,7 +24,7 @@
 #include <optional>
 #include <string>
 
-#include "vornleads/clock.h"
+#include "vornleads/text/clock.h"
 #include "vornleads/types.h"
 
 namespace vornleads {

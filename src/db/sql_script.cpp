@@ -1,0 +1,60 @@
+#include <cctype>
+
+#include "db/schema_text.h"
+
+namespace vornleads {
+namespace {
+
+bool blank(const std::string& text) {
+  for (char ch : text) {
+    if (!std::isspace(static_cast<unsigned char>(ch))) return false;
+  }
+  return true;
+}
+
+std::string trimmed(const std::string& text) {
+  size_t begin = 0;
+  size_t end = text.size();
+  while (begin < end && std::isspace(static_cast<unsigned char>(text[begin]))) ++begin;
+  while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+  return text.substr(begin, end - begin);
+}
+
+}  // namespace
+
+std::vector<std::string> splitSqlScript(const std::string& script) {
+  std::vector<std::string> statements;
+  std::string current;
+  size_t i = 0;
+  while (i < script.size()) {
+    const char ch = script[i];
+    if (ch == '\'') {
+      // A quoted text runs to the next quote that is not doubled.
+      const size_t begin = i++;
+      while (i < script.size()) {
+        if (script[i] == '\'' && i + 1 < script.size() && script[i + 1] == '\'') {
+          i += 2;
+        } else if (script[i++] == '\'') {
+          break;
+        }
+      }
+      current += script.substr(begin, i - begin);
+    } else if (ch == '-' && i + 1 < script.size() && script[i + 1] == '-') {
+      while (i < script.size() && script[i] != '\n') ++i;
+    } else if (ch == '/' && i + 1 < script.size() && script[i + 1] == '*') {
+      const size_t end = script.find("*/", i + 2);
+      i = end == std::string::npos ? script.size() : end + 2;
+    } else if (ch == ';') {
+      if (!blank(current)) statements.push_back(trimmed(current));
+      current.clear();
+      ++i;
+    } else {
+      current += ch;
+      ++i;
+    }
+  }
+  if (!blank(current)) statements.push_back(trimmed(current));
+  return statements;
+}
+
+}  // namespace vornleads
