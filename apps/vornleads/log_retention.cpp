@@ -71,7 +71,8 @@ void LogRetention::atCycleStart() {
     if (std::filesystem::remove(file, error)) {
       ++deleted;
     } else if (error) {
-      reportLine("logs: cannot delete " + file.string() + ": " + error.message());
+      reportLine("logs: cannot delete " + file.string() + ": " + error.message(),
+                 ReportPriority::Warning);
     }
   }
   if (deleted > 0) {

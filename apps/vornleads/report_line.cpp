@@ -3,9 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <utility>
 
@@ -15,55 +13,11 @@
 
 namespace vornleads::cli {
 
-namespace {
-
-// "intake failed ...", "resend failed: ...": a run's name, then " failed".
-bool runFailed(const std::string& text) {
-  const size_t space = text.find(' ');
-  if (space == std::string::npos || space == 0) return false;
-  for (size_t i = 0; i < space; ++i) {
-    if (!std::islower(static_cast<unsigned char>(text[i]))) return false;
-  }
-  return text.compare(space, 7, " failed") == 0 &&
-         (space + 7 == text.size() || !std::isalnum(static_cast<unsigned char>(text[space + 7])));
-}
-
-// A count above zero of leads failed, updates rejected or left unsent ("2 failed").
-bool countOfTrouble(const std::string& text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (!std::isdigit(static_cast<unsigned char>(text[i])) ||
-        (i > 0 && std::isalnum(static_cast<unsigned char>(text[i - 1])))) {
-      continue;
-    }
-    size_t end = i;
-    bool nonZero = false;
-    for (; end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])); ++end) {
-      nonZero = nonZero || text[end] != '0';
-    }
-    for (const char* what : {" failed", " rejected", " still unsent"}) {
-      if (nonZero && text.compare(end, std::strlen(what), what) == 0) return true;
-    }
-    i = end;
-  }
-  return false;
-}
-
-}  // namespace
-
-ReportPriority reportPriority(const std::string& text) {
-  if (runFailed(text)) return ReportPriority::Failure;
-  if (countOfTrouble(text) || text.find(", stopped by ") != std::string::npos ||
-      text.rfind("logs: cannot ", 0) == 0) {
-    return ReportPriority::Warning;
-  }
-  return ReportPriority::Notice;
-}
-
-std::string reportText(const std::string& message, bool journal) {
+std::string reportText(const std::string& message, bool journal, ReportPriority priority) {
   std::string text = message;
   while (!text.empty() && (text.back() == '\r' || text.back() == '\n')) text.pop_back();
   std::string line =
-      journal ? "<" + std::to_string(static_cast<int>(reportPriority(text))) + ">"
+      journal ? "<" + std::to_string(static_cast<int>(priority)) + ">"
               : FormatDateTime("yyyy-mm-dd hh:nn:ss", Now()) + " ";
   return line + oneLine(text);
 }
@@ -84,9 +38,9 @@ std::function<void(const std::string&)>& observerOfReports() {
 
 }  // namespace
 
-void reportLine(const std::string& text) {
+void reportLine(const std::string& text, ReportPriority priority) {
   static const bool journal = standardErrorIsJournal();
-  std::cerr << reportText(text, journal) << std::endl;
+  std::cerr << reportText(text, journal, priority) << std::endl;
   if (observerOfReports()) observerOfReports()(text);
 }
 

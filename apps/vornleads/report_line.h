@@ -6,6 +6,7 @@
 //   <4> a run that ended with leads failed, updates rejected or still unsent, or cut short by
 //       a stop; a log file that could not be deleted
 //   <6> every other line
+// The caller says which: the text is not read for it.
 #pragma once
 
 #include <functional>
@@ -15,16 +16,13 @@ namespace vornleads::cli {
 
 enum class ReportPriority { Failure = 3, Warning = 4, Notice = 6 };
 
-// The priority of a report line, from its text.
-ReportPriority reportPriority(const std::string& text);
-
 // The line as written: "<3>..." for the journal, "yyyy-mm-dd hh:nn:ss ..." otherwise.
-std::string reportText(const std::string& text, bool journal);
+std::string reportText(const std::string& text, bool journal, ReportPriority priority);
 
 // True when standard error is the journal.
 bool standardErrorIsJournal();
 
-void reportLine(const std::string& text);
+void reportLine(const std::string& text, ReportPriority priority = ReportPriority::Notice);
 
 // Every later report's text (as given to reportLine) also goes to `observer` (serve passes the
 // run reports on to systemd); an empty one ends that. Reports come from one thread at a time.

@@ -79,7 +79,8 @@ std::unique_ptr<SqlConnection> openFor(const char* run, const ServeSettings& set
   } catch (const std::exception& error) {
     failure = std::string("database unavailable: ") + error.what();
     reportLine(std::string(run) + " failed: database unavailable, trying again at the next " +
-               "interval: " + error.what());
+               "interval: " + error.what(),
+               ReportPriority::Failure);
     return nullptr;
   }
 }
@@ -160,7 +161,10 @@ void runIntake(const ServeSettings& settings) {
     lastProblems = notes.takeProblems();
     settings.metrics->intakeCycle(seconds, "", lastProblems);
     reportLine("intake: " + intakeCounts(ciclo) + " in " + secondsText(seconds) +
-               stopNote(*settings.stop) + notes.takeLogNote());
+                   stopNote(*settings.stop) + notes.takeLogNote(),
+               ciclo.falhas > 0 || ciclo.tentativasFalhas > 0 || settings.stop->stopRequested()
+                   ? ReportPriority::Warning
+                   : ReportPriority::Notice);
   };
   try {
     worker.buscarLeads();
@@ -180,7 +184,8 @@ void runIntake(const ServeSettings& settings) {
                ": " + error.what() +
                (restart ? " (a fresh worker takes over at the next interval)"
                         : " (" + intakeCounts(worker.totaisDoCiclo()) + ")") +
-               notes.takeLogNote());
+                   notes.takeLogNote(),
+               ReportPriority::Failure);
   }
   // Each lead once, however many cycles of the run offered it.
   settings.metrics->intakeLeads(worker.totais());
@@ -209,15 +214,20 @@ void runResend(const ServeSettings& settings) {
     progress->clear();
     const double seconds = elapsed(start);
     settings.metrics->resendPass(pass.summary(), seconds, "", notes.takeProblems());
-    reportLine("resend: " + resendCounts(pass.summary()) + " in " + secondsText(seconds) +
-               stopNote(*settings.stop) + notes.takeLogNote());
+    const ResendSummary& summary = pass.summary();
+    reportLine("resend: " + resendCounts(summary) + " in " + secondsText(seconds) +
+                   stopNote(*settings.stop) + notes.takeLogNote(),
+               summary.rejected > 0 || summary.unsent > 0 || settings.stop->stopRequested()
+                   ? ReportPriority::Warning
+                   : ReportPriority::Notice);
   } catch (const std::exception& error) {
     progress->clear();
     const double seconds = elapsed(start);
     settings.metrics->resendPass(pass.summary(), seconds, std::string("failed: ") + error.what(),
                                  notes.takeProblems());
     reportLine("resend failed after " + secondsText(seconds) + ": " + error.what() + " (" +
-               resendCounts(pass.summary()) + ")" + notes.takeLogNote());
+                   resendCounts(pass.summary()) + ")" + notes.takeLogNote(),
+               ReportPriority::Failure);
   }
 }
 
