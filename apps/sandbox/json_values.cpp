@@ -3,15 +3,13 @@
 #include <cmath>
 #include <sstream>
 
+#include "text/trimmed.h"
+
 namespace vornleads::sandbox {
 namespace {
 
-std::string trim(const std::string& text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos) return {};
-  const auto last = text.find_last_not_of(" \t\r\n");
-  return text.substr(first, last - first + 1);
-}
+// Blanks around values and list entries.
+const char* const kBlanks = " \t\r\n";
 
 bool allDigits(const std::string& text) {
   if (text.empty()) return false;
@@ -67,7 +65,7 @@ std::optional<long long> leadIdOf(const Json& value) {
     return std::nullopt;
   }
   if (value.is_string()) {
-    const std::string text = trim(value.get<std::string>());
+    const std::string text = trimmed(value.get<std::string>(), kBlanks);
     const bool negative = !text.empty() && text[0] == '-';
     const std::string digits = negative ? text.substr(1) : text;
     if (!allDigits(digits) || digits.size() > 18) return std::nullopt;
@@ -82,15 +80,15 @@ std::vector<std::string> splitDealerNumbers(const std::string& list) {
   std::istringstream in(list);
   std::string entry;
   while (std::getline(in, entry, ',')) {
-    entry = trim(entry);
+    entry = trimmed(entry, kBlanks);
     if (!entry.empty()) numbers.push_back(entry);
   }
   return numbers;
 }
 
 bool sameDealer(const std::string& left, const std::string& right) {
-  const std::string a = trim(left);
-  const std::string b = trim(right);
+  const std::string a = trimmed(left, kBlanks);
+  const std::string b = trimmed(right, kBlanks);
   if (allDigits(a) && allDigits(b)) return withoutLeadingZeros(a) == withoutLeadingZeros(b);
   return !a.empty() && a == b;
 }

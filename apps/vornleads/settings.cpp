@@ -15,12 +15,15 @@
 #include <stdexcept>
 
 #include "text/file_descriptor.h"
-
+#include "text/trimmed.h"
 #include "vornleads/db/password_mask.h"
 #include "vornleads/error.h"
 
 namespace vornleads::cli {
 namespace {
+
+// Blanks around keys and values (a file written on Windows ends its lines with "\r").
+const char* const kLineBlanks = " \t\r";
 
 struct Definition {
   const char* key;
@@ -107,12 +110,6 @@ const Definition* definition(const std::string& key) {
   return nullptr;
 }
 
-std::string trimmed(const std::string& text) {
-  const size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
 // The whole text of the configuration file; VornError with the system's reason when it is no
 // regular file that can be read (a directory would otherwise read as an empty file).
 std::string fileText(const std::string& path) {
@@ -157,7 +154,7 @@ std::map<std::string, SettingValue> readFile(const std::string& path) {
   std::string line;
   std::string section;
   for (int number = 1; std::getline(in, line); ++number) {
-    const std::string text = trimmed(line);
+    const std::string text = trimmed(line, kLineBlanks);
     const std::string where = path + ":" + std::to_string(number);
     if (text.empty() || text[0] == ';' || text[0] == '#') continue;
     if (text.front() == '[') {
@@ -172,8 +169,8 @@ std::map<std::string, SettingValue> readFile(const std::string& path) {
     if (equals == std::string::npos) {
       throw CLI::ValidationError(where + ": expected \"key = value\", found \"" + text + "\"");
     }
-    const std::string key = trimmed(text.substr(0, equals));
-    const std::string value = unquoted(trimmed(text.substr(equals + 1)));
+    const std::string key = trimmed(text.substr(0, equals), kLineBlanks);
+    const std::string value = unquoted(trimmed(text.substr(equals + 1), kLineBlanks));
     const Definition* known = definition(key);
     if (section.empty()) {
       throw CLI::ValidationError(where + ": key " + key + " outside the [vornleads] section");

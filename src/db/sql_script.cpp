@@ -1,6 +1,7 @@
 #include <cctype>
 
 #include "db/schema_text.h"
+#include "text/trimmed.h"
 
 namespace vornleads {
 namespace {
@@ -10,14 +11,6 @@ bool blank(const std::string& text) {
     if (!std::isspace(static_cast<unsigned char>(ch))) return false;
   }
   return true;
-}
-
-std::string trimmed(const std::string& text) {
-  size_t begin = 0;
-  size_t end = text.size();
-  while (begin < end && std::isspace(static_cast<unsigned char>(text[begin]))) ++begin;
-  while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-  return text.substr(begin, end - begin);
 }
 
 }  // namespace

@@ -5,19 +5,12 @@
 #include <cmath>
 #include <limits>
 
+#include "text/trimmed.h"
 #include "vornleads/error.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads {
 namespace {
-
-std::string trimmed(const std::string& text) {
-  size_t begin = 0;
-  size_t end = text.size();
-  while (begin < end && std::isspace(static_cast<unsigned char>(text[begin]))) ++begin;
-  while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-  return text.substr(begin, end - begin);
-}
 
 int64_t textToInteger(const std::string& text) {
   const std::string digits = trimmed(text);

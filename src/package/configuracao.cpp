@@ -10,18 +10,16 @@
 #include <vector>
 
 #include "package/text_lines.h"
+#include "text/trimmed.h"
 
 namespace vornleads {
 namespace {
 
+// Blanks around names and values on a line of the file.
+const char* const kLineBlanks = " \t";
+
 const char* const kIniFile = "VornLeadsVW.ini";
 const char* const kSection = "Config";
-
-std::string trimmed(const std::string& text) {
-  const auto first = text.find_first_not_of(" \t");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
 
 bool sameName(const std::string& a, const std::string& b) {
   return a.size() == b.size() &&
@@ -37,18 +35,19 @@ std::string oneLine(std::string text) {
 }
 
 bool isSectionHeader(const std::string& line) {
-  const std::string text = trimmed(line);
+  const std::string text = trimmed(line, kLineBlanks);
   return text.size() >= 2 && text.front() == '[' && text.back() == ']';
 }
 
 bool isSection(const std::string& line, const std::string& name) {
-  const std::string text = trimmed(line);
-  return isSectionHeader(text) && sameName(trimmed(text.substr(1, text.size() - 2)), name);
+  const std::string text = trimmed(line, kLineBlanks);
+  return isSectionHeader(text) &&
+         sameName(trimmed(text.substr(1, text.size() - 2), kLineBlanks), name);
 }
 
 bool isKey(const std::string& line, const std::string& key) {
   const auto equals = line.find('=');
-  return equals != std::string::npos && sameName(trimmed(line.substr(0, equals)), key);
+  return equals != std::string::npos && sameName(trimmed(line.substr(0, equals), kLineBlanks), key);
 }
 
 // Sets key=value in the section, adding the key or the section when they are missing.
@@ -58,7 +57,7 @@ void setEntry(std::vector<std::string>& lines, const std::string& key, const std
     return isSection(line, kSection);
   });
   if (section == lines.end()) {
-    if (!lines.empty() && !trimmed(lines.back()).empty()) lines.emplace_back();
+    if (!lines.empty() && !trimmed(lines.back(), kLineBlanks).empty()) lines.emplace_back();
     lines.push_back(std::string("[") + kSection + "]");
     lines.push_back(entry);
     return;
@@ -70,7 +69,7 @@ void setEntry(std::vector<std::string>& lines, const std::string& key, const std
       *it = entry;
       return;
     }
-    if (!trimmed(*it).empty()) last = it;
+    if (!trimmed(*it, kLineBlanks).empty()) last = it;
   }
   lines.insert(std::next(last), entry);
 }
@@ -100,7 +99,7 @@ bool GravaINI(const std::string& chave, const std::string& valor) {
     } else if (error) {
       return false;
     }
-    setEntry(lines, oneLine(trimmed(chave)), oneLine(valor));
+    setEntry(lines, oneLine(trimmed(chave, kLineBlanks)), oneLine(valor));
     std::ofstream out(kIniFile, std::ios::binary | std::ios::trunc);
     for (const std::string& line : lines) out << line << "\r\n";
     out.close();

@@ -7,18 +7,16 @@
 
 #include "text/ascii_case.h"
 #include "text/cp1252.h"
+#include "text/trimmed.h"
 #include "text/utf8_codec.h"
 
 namespace vornleads::xml {
 namespace {
 
-enum class Encoding { Utf8, Utf16LE, Utf16BE, Latin1, Windows1252, Ascii };
+// Blanks around a Content-Type parameter.
+const char* const kHeaderBlanks = " \t\r\n";
 
-std::string trimmed(const std::string& text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
+enum class Encoding { Utf8, Utf16LE, Utf16BE, Latin1, Windows1252, Ascii };
 
 bool startsWith(const std::string& bytes, const char* prefix, std::size_t length) {
   return bytes.compare(0, length, prefix, length) == 0;
@@ -267,10 +265,11 @@ std::string charsetOf(const std::string& contentType) {
   std::size_t at = contentType.find(';');
   while (at != std::string::npos) {
     const auto next = contentType.find(';', at + 1);
-    const std::string parameter = trimmed(contentType.substr(at + 1, next - at - 1));
+    const std::string parameter = trimmed(contentType.substr(at + 1, next - at - 1), kHeaderBlanks);
     const auto equals = parameter.find('=');
-    if (equals != std::string::npos && asciiLower(trimmed(parameter.substr(0, equals))) == "charset") {
-      std::string value = trimmed(parameter.substr(equals + 1));
+    if (equals != std::string::npos &&
+        asciiLower(trimmed(parameter.substr(0, equals), kHeaderBlanks)) == "charset") {
+      std::string value = trimmed(parameter.substr(equals + 1), kHeaderBlanks);
       if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
         value = value.substr(1, value.size() - 2);
       }
