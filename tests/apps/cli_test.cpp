@@ -277,16 +277,14 @@ class CliTlsTest : public TestAuthority, public CliTest {
   }
 };
 
-// An intake and a status update over verified TLS; certificates untrusted or issued for
-// another host name are refused.
+// An intake over verified TLS (VORNLEADS_CA_FILE reaches the library edition; the transport's
+// cases are SoapClient.CallsWithoutAResult's); certificates untrusted or issued for another
+// host name are refused.
 TEST_F(CliTlsTest, TrustedCertificatesOnlyForTheirHost) {
   ASSERT_EQ(sandbox_.url().rfind("https://127.0.0.1:", 0), 0u) << sandbox_.url();
   sandbox_.addLeads(Json::array({leadItem(601)}));
   expectRun(vornleads("intake"), 0, summary(1, 1, 0, 1) + "\n", "");
-  addLeadContact(10, 555);
-  EXPECT_EQ(vornleads(kUpdate + "12 --status 10").status, 0);
-  EXPECT_EQ(journal(555), "1 S null \n");
-  EXPECT_EQ(sandbox_.updates().size(), 2u);  // the intake's confirmation and the update
+  EXPECT_EQ(sandbox_.updates().size(), 1u);  // the intake's confirmation
 
   std::string localhost = sandbox_.url();
   localhost.replace(localhost.find("127.0.0.1"), 9, "localhost");
@@ -299,7 +297,7 @@ TEST_F(CliTlsTest, TrustedCertificatesOnlyForTheirHost) {
         << refused.err;
   }
   EXPECT_NE(misnamed.err.find("localhost"), std::string::npos) << misnamed.err;
-  EXPECT_EQ(sandbox_.updates().size(), 2u);
+  EXPECT_EQ(sandbox_.updates().size(), 1u);
 }
 
 }  // namespace
