@@ -12,8 +12,9 @@ namespace vornleads::test {
 namespace {
 
 // Members of the wrong JSON type, missing or unconvertible, database refusals. SQL, XML and
-// JSON syntax in a lead's text is stored as sent (the name in upper case, without quotes). The
-// counts take each lead once, its failed cycles apart.
+// JSON syntax in a lead's text is stored as sent (the name in upper case, without quotes). A
+// failed lead repeats the whole cycle five more times, pausing before each, and the sixth failed
+// count raises the restart message; the counts take each lead once, its failed cycles apart.
 TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
   // A second dealership whose number was stored without its leading zero: its leads are asked
   // for, but the number is looked up padded ('04321') and not found.
@@ -72,7 +73,11 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
     items.push_back(bad);
   }
   sandbox().addLeads(items);
-  EXPECT_EQ(cycle(), kReinicio);
+  newWorker().setIntervaloRepeticao(1500);
+  EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
+  EXPECT_EQ(host_->waits, std::vector<int>(6, 1500)) << "five repeats, each after a pause";
+  EXPECT_EQ(worker_->qtdErros(), 6);
+  EXPECT_EQ(worker_->sPbPasso(), "08");
 
   Strings confirmed = confirmedLeads();
   std::sort(confirmed.begin(), confirmed.end());
