@@ -57,22 +57,6 @@ TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConf
                               t.confirmados}));
 }
 
-// A refused receipt ends the receipt pass, logged, and the cycle repeats; the contact was
-// committed before it, and the next cycle confirms the lead.
-TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
-  sandbox().addLeads(Json::array({leadItem("5030")}));
-  sandbox().fault({{"operation", "AtualizaLeads"},
-                   {"mode", "reject"},
-                   {"codigo", 204},
-                   {"descricao", "Lead já recebido"}});
-  EXPECT_EQ(cycle(), kReinicio);
-  EXPECT_EQ(count("CAC_CONTATO"), 1);
-  EXPECT_EQ(confirmedLeads(), Strings{"5030"});
-  EXPECT_NE(logText().find("Requisição: \r\n\r\n\r\nResposta:\r\nRecebimento do lead 5030 "
-                           "(contato 1.1.1) não confirmado\r\nLead já recebido\r\n"),
-            std::string::npos);
-}
-
 // How and at which step a cycle ends: the service's refusal (through the library edition), the
 // replies a bridge may give, a dealer list that cannot be asked for. Nothing is written, and a
 // worker serves one top-level call. A receipt needs a bridge and an answer with a status.
