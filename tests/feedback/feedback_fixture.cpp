@@ -1,13 +1,10 @@
 #include "feedback/feedback_fixture.h"
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
 
 #include "support/firebird_suite.h"
 #include "support/fixed_clock.h"
 #include "vornleads/feedback/atualiza_leads_nao_enviados.h"
-#include "vornleads/package/leads_library.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
@@ -19,29 +16,8 @@ std::string timestamp(int diasAtras) {
          "' AS TIMESTAMP)";
 }
 
-// Host directory, then sandbox, then library: the library reads both places at its first call.
-struct Service {
-  TempDir home{"vornleads-home"};
-  std::unique_ptr<SandboxProcess> sandbox;
-  std::unique_ptr<LeadsLibrary> library;
-  Service() {
-    std::filesystem::create_symlink(binDir() / kBibliotecaLeads, home.path() / kBibliotecaLeads);
-    setenv("VORNLEADS_HOME", home.path().c_str(), 1);
-    sandbox = std::make_unique<SandboxProcess>();
-    setenv("VORNLEADS_ENDPOINT", sandbox->url().c_str(), 1);
-    library = std::make_unique<LeadsLibrary>();
-  }
-};
-Service& service() {
-  static Service instance;
-  return instance;
-}
-
 }  // namespace
 
-SandboxProcess& sandbox() { return *service().sandbox; }
-TIntegraLeadsVW bridge() { return service().library->bind(); }
-const std::filesystem::path& home() { return service().home.path(); }
 TDateTime testNow() { return EncodeDateTime({2024, 3, 15, 10, 0, 0, 0}); }
 
 std::vector<Json> updatesOf(int64_t idLead) {

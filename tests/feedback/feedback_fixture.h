@@ -1,6 +1,6 @@
 // The feedback tests' fixture: a Firebird DMS database shared by tests with lead numbers of
-// their own (a resend test isolates itself), one sandbox per program (the library edition reads
-// its endpoint once). Every database refuses to write a delivered journal row again.
+// their own (a resend test isolates itself) and the program's library edition (library_edition.h).
+// Every database refuses to write a delivered journal row again.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "support/firebird_db.h"
-#include "support/sandbox_process.h"
+#include "support/library_edition.h"
 #include "vornleads/feedback/atualiza_leads_vw.h"
 
 namespace vornleads::test {
@@ -19,9 +19,6 @@ namespace vornleads::test {
 using Json = SandboxProcess::Json;
 using Strings = std::vector<std::string>;
 
-SandboxProcess& sandbox();
-TIntegraLeadsVW bridge();                     // the library edition's
-const std::filesystem::path& home();          // the host directory, with VornLeadsVW.dll
 std::vector<Json> updatesOf(int64_t idLead);  // requests the sandbox received for a lead
 TDateTime testNow();                          // 15/03/2024 10:00:00
 int32_t nextKey();                            // a number not used before in this program

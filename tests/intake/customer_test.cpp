@@ -98,19 +98,14 @@ TEST_F(IntakeTest, CustomerIsMatchedByTaxNumberEmailOrPhoneElseRegistered) {
         Case{"111.444.777-35", "", 0, 0, 504}, Case{"", "", 11, 999990001, 505},
         Case{"", "", 21, 33334444, 506}, Case{"", "", 0, 33334444, -1}, Case{"", "", 31, 1, 507},
         Case{"", "", 41, 0, -1}, Case{"1234567890'", "o'b@x.com", 0, 0, 509}}) {
-    TContatoLeadVW lead;
-    lead.cpfcnpj = c.cpfcnpj;
-    lead.email = c.email;
-    lead.DDD = c.ddd;
-    lead.telefone = c.telefone;
-    EXPECT_EQ(c.cliente, worker_->retornaCliente(lead)) << c.cpfcnpj << c.email << c.telefone;
+    const Json fields = {
+        {"cpfcnpj", c.cpfcnpj}, {"email", c.email}, {"DDD", c.ddd}, {"telefone", c.telefone}};
+    EXPECT_EQ(c.cliente, worker_->retornaCliente(TContatoLeadVW::FromJSON(fields.dump())))
+        << fields;
   }
-  TContatoLeadVW lead;
-  lead.empresa = lead.revenda = lead.vendedorInclusao = 1;
-  lead.nome = "joão da silva";
-  lead.email = "joao@x.com";
-  lead.DDD = 31;
-  lead.telefone = 988887777;
+  TContatoLeadVW lead = TContatoLeadVW::FromJSON(
+      R"({"empresa":1,"revenda":1,"vendedorInclusao":1,"nome":"joão da silva","DDD":31,)"
+      R"("telefone":988887777,"email":"joao@x.com"})");
   for (const auto& [documento, pessoa] :
        {std::make_pair("22233344405", "22233344405|0"),
         std::make_pair("222.333.444-05", "222.333.444-05|3| |0"), std::make_pair("", "|3| |0")}) {

@@ -1,5 +1,5 @@
 // Whole intake cycles through the library edition: what a lead becomes, receipts, the log, and
-// how failed, refused and repeated cycles end.
+// how refused and failed cycles end (a failed lead's repeats: failing_lead_test.cpp).
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -36,10 +36,8 @@ TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConf
                 "SITUACAO FROM GER_MENSAGEM"),
             "09/06/2025 09:00:00|0|12|Novo Contato Lead|Incluído contato 1.1 para o cliente 1: "
             "Maria da Silva|N");
-  EXPECT_EQ(row("SELECT C.CLIENTE, C.NOME, C.PROSPECT, C.E_MAIL_CASA, C.DDD_TELEFONE, "
-                "C.TELEFONE, C.VENDEDOR, F.CPF, F.CONTADOR FROM FAT_CLIENTE C "
-                "JOIN FAT_PESSOA_FISICA F ON F.CLIENTE = C.CLIENTE"),
-            "1|MARIA DA SILVA|S|cliente5001@exemplo.com.br|11|900005001|1|50000005001|0");
+  // The prospect's columns are the registration's (customer_test.cpp); here, its seller.
+  EXPECT_EQ(row("SELECT CLIENTE, VENDEDOR FROM FAT_CLIENTE"), "1|1");
   const std::string receipt =
       R"({"Cpf":"22233344405","DataAtualizacao":"09/06/2025 09:00:00","DataReagendamento":"",)"
       R"("IdLead":5001,"Status":-1})";
@@ -57,38 +55,6 @@ TEST_F(IntakeTest, CleanCycleWritesContactInterestMessageLinkAndCustomerThenConf
   EXPECT_EQ((std::vector<int>{1, 1, 1, 1, 0, 1}),
             (std::vector<int>{t.ciclos, t.revendas, t.leadsLidos, t.contatosCriados, t.falhas,
                               t.confirmados}));
-}
-
-// A failed lead repeats the whole cycle five more times, pausing before each; the sixth failed
-// count raises the restart message. The lead counts once, whatever its failed cycles.
-TEST_F(IntakeTest, FailedLeadRepeatsTheCycleFiveTimesThenRaises) {
-  execute("DELETE FROM CAC_FORMA_CONTATO WHERE TIPO_FORMA_CONTATO = 1");
-  sandbox().addLeads(Json::array({leadItem("5010")}));
-  newWorker().setIntervaloRepeticao(1500);
-  EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
-  EXPECT_EQ(host_->waits, std::vector<int>(6, 1500));
-  const TotaisIntake& t = worker_->totais();
-  EXPECT_EQ((std::vector<int>{6, 6, 1, 1, 6, 0}),
-            (std::vector<int>{worker_->qtdErros(), t.ciclos, t.leadsLidos, t.falhas,
-                              t.tentativasFalhas, t.contatosCriados}));
-  EXPECT_EQ(worker_->sPbPasso(), "08");
-  EXPECT_TRUE(confirmedLeads().empty());
-}
-
-// A refused receipt ends the receipt pass, logged, and the cycle repeats; the contact was
-// committed before it, and the next cycle confirms the lead.
-TEST_F(IntakeTest, RefusedReceiptIsLoggedAndTheRepeatedCycleConfirms) {
-  sandbox().addLeads(Json::array({leadItem("5030")}));
-  sandbox().fault({{"operation", "AtualizaLeads"},
-                   {"mode", "reject"},
-                   {"codigo", 204},
-                   {"descricao", "Lead já recebido"}});
-  EXPECT_EQ(cycle(), kReinicio);
-  EXPECT_EQ(count("CAC_CONTATO"), 1);
-  EXPECT_EQ(confirmedLeads(), Strings{"5030"});
-  EXPECT_NE(logText().find("Requisição: \r\n\r\n\r\nResposta:\r\nRecebimento do lead 5030 "
-                           "(contato 1.1.1) não confirmado\r\nLead já recebido\r\n"),
-            std::string::npos);
 }
 
 // How and at which step a cycle ends: the service's refusal (through the library edition), the

@@ -12,8 +12,10 @@ namespace vornleads::test {
 namespace {
 
 // Members of the wrong JSON type, missing or unconvertible, database refusals. SQL, XML and
-// JSON syntax in a lead's text is stored as sent (the name in upper case, without quotes). The
-// counts take each lead once, its failed cycles apart.
+// JSON syntax in a lead's text is stored as sent (the name in upper case, without quotes). A
+// failed lead repeats the whole cycle five more times, pausing before each, and the sixth failed
+// count raises the restart message; the counts take each lead once, its failed cycles apart. A
+// refused receipt is logged and ends the receipt pass; a later cycle confirms its lead.
 TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
   // A second dealership whose number was stored without its leading zero: its leads are asked
   // for, but the number is looked up padded ('04321') and not found.
@@ -72,7 +74,15 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
     items.push_back(bad);
   }
   sandbox().addLeads(items);
-  EXPECT_EQ(cycle(), kReinicio);
+  sandbox().fault({{"operation", "AtualizaLeads"},  // the first receipt
+                   {"mode", "reject"},
+                   {"codigo", 204},
+                   {"descricao", "Lead já recebido"}});
+  newWorker().setIntervaloRepeticao(1500);
+  EXPECT_EQ(outcome([&] { worker_->buscarLeads(); }), kReinicio);
+  EXPECT_EQ(host_->waits, std::vector<int>(6, 1500)) << "five repeats, each after a pause";
+  EXPECT_EQ(worker_->qtdErros(), 6);
+  EXPECT_EQ(worker_->sPbPasso(), "08");
 
   Strings confirmed = confirmedLeads();
   std::sort(confirmed.begin(), confirmed.end());
@@ -98,8 +108,11 @@ TEST_F(IntakeTest, EachBadLeadFailsAloneNamedAndAwkwardTextIsStoredAsSent) {
   for (const auto& [bad, message] : failing)
     EXPECT_NE(log.find("Requisição: \r\n\r\n\r\nResposta:\r\n" + message), std::string::npos)
         << bad["IdLead"];
-  for (const char* logged : {"Interesse recusado pelo banco", "SQL: INSERT INTO CAC_INTERESSE",
-                             "SQL: INSERT INTO CAC_LEAD_CONTATO"})
+  for (const char* logged :
+       {"Interesse recusado pelo banco", "SQL: INSERT INTO CAC_INTERESSE",
+        "SQL: INSERT INTO CAC_LEAD_CONTATO",
+        "Requisição: \r\n\r\n\r\nResposta:\r\nRecebimento do lead 7001 (contato 1.1.1) não "
+        "confirmado\r\nLead já recebido\r\n"})
     EXPECT_NE(log.find(logged), std::string::npos) << logged;
   // The huge e-mail is quoted as an excerpt: its failure does not grow the log by its size.
   const size_t entry = log.find("Resposta:\r\n" + falha("7034"));

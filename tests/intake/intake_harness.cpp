@@ -1,22 +1,12 @@
 #include "intake/intake_harness.h"
 
-#include <cstdlib>
 #include <filesystem>
 
-#include "vornleads/package/leads_library.h"
 #include "vornleads/package/log_file.h"
 #include "vornleads/text/datetime.h"
 
 namespace vornleads::test {
 
-SandboxProcess& sandbox() {
-  static SandboxProcess* process = [] {
-    static SandboxProcess started;
-    setenv("VORNLEADS_ENDPOINT", started.url().c_str(), 1);
-    return &started;
-  }();
-  return *process;
-}
 TDateTime testNow() { return EncodeDate(2025, 6, 9) + EncodeTime(9, 0, 0, 0); }
 
 Json leadItem(const std::string& idLead, const Json& changes) {
@@ -39,18 +29,14 @@ Json leadItem(const std::string& idLead, const Json& changes) {
 }
 void IntakeTest::SetUp() {
   sandbox().reset();
+  std::filesystem::remove_all(LogFile(kLogBuscaLeads, clock_).pathFor(testNow()));
   db_ = std::make_unique<TestDatabase>(true);
-  home_ = std::make_unique<TempDir>("vornleads-intake-home");
-  std::filesystem::create_symlink(binDir() / "VornLeadsVW.dll", home_->path() / "VornLeadsVW.dll");
-  setenv("VORNLEADS_HOME", home_->path().c_str(), 1);
   connection_ = db_->connect();
   newWorker();
 }
 TLeadsVWMetodosClass& IntakeTest::newWorker() {
-  static const LeadsLibrary library(binDir() / "VornLeadsVW.dll");
-  sandbox();
   worker_ = std::make_unique<TLeadsVWMetodosClass>(aplicacao_, *connection_);
-  worker_->IntegraLeadsVW = library.bind();
+  worker_->IntegraLeadsVW = bridge();
   worker_->setClock(clock_);
   worker_->setPause(host_);
   worker_->setRunControl(host_);

@@ -1,5 +1,5 @@
-// The fixture of the intake cycles: a fresh sample database, the sandbox behind the library
-// edition, a fixed clock, a recording host and a host directory of the test's own.
+// The fixture of the intake cycles: a fresh sample database, the program's library edition and
+// sandbox (library_edition.h) with no log of the test day, a fixed clock and a recording host.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 #include "support/firebird_suite.h"
 #include "support/fixed_clock.h"
-#include "support/sandbox_process.h"
+#include "support/library_edition.h"
 #include "vornleads/intake/leads_vw_metodos.h"
 
 namespace vornleads::test {
@@ -16,8 +16,7 @@ namespace vornleads::test {
 using Json = SandboxProcess::Json;
 using Strings = std::vector<std::string>;
 
-SandboxProcess& sandbox();  // started, and VORNLEADS_ENDPOINT set, before any bridge call
-TDateTime testNow();        // 09/06/2025 09:00:00
+TDateTime testNow();  // 09/06/2025 09:00:00
 inline const std::string kSucesso =
     R"({"Status":{"Codigo":0,"Descricao":"Sucesso","Versao":"1.0"},)";  // a reply's opening
 inline const std::string kReinicio =  // a worker's sixth failed cycle in a row
@@ -57,7 +56,6 @@ class IntakeTest : public ::testing::Test {
   Strings confirmedLeads() const;
 
   std::unique_ptr<TestDatabase> db_;
-  std::unique_ptr<TempDir> home_;
   std::shared_ptr<FixedClock> clock_ = std::make_shared<FixedClock>(testNow());
   std::shared_ptr<Host> host_ = std::make_shared<Host>();
   std::unique_ptr<SqlConnection> connection_;

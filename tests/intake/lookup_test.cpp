@@ -129,22 +129,12 @@ TEST(IntakeDialects, ANewLeadWritesItsCustomerContactInterestLinkAndMessage) {
     TAplicacaoLibrary aplicacao;
     TLeadsVWMetodosClass worker(aplicacao, db);
     worker.setClock(std::make_shared<FixedClock>(testNow()));
-    TContatoLeadVW lead;
-    lead.leadID = 4711;
-    lead.empresa = 1;
-    lead.revenda = 2;
-    lead.nome = "Joana D'Arc";
-    lead.email = "joana.d'arc@exemplo.com.br";
-    lead.DDD = 11;
-    lead.telefone = 912345678;
-    lead.cpfcnpj = "12345678909";
-    lead.modelo = "GOL";
-    lead.PrecoPretendido = 55000.5;
-    lead.dataIntencao = EncodeDateTime({2025, 6, 10, 10, 0, 0, 0});
-    lead.origem = "Site";
-    lead.mensagem = "Quero um 'test drive'";
-    lead.showroom = "Centro";
-    lead.preferenciaContato = "WhatsApp";
+    TContatoLeadVW lead = TContatoLeadVW::FromJSON(
+        R"({"empresa":1,"revenda":2,"nome":"Joana D'Arc","DDD":11,"telefone":912345678,)"
+        R"("cpfcnpj":"12345678909","modelo":"GOL","email":"joana.d'arc@exemplo.com.br",)"
+        R"("leadID":4711,"PrecoPretendido":55000.5,"dataIntencao":"2025-06-10T10:00:00.000",)"
+        R"("origem":"Site","mensagem":"Quero um 'test drive'","showroom":"Centro",)"
+        R"("preferenciaContato":"WhatsApp"})");
     worker.verificaContato(lead);
 
     EXPECT_EQ(0u, db.pendingAnswers());

@@ -22,7 +22,6 @@ class ChildProcess {
 
   std::string out() const { return readFile(dir_ / "out"); }
   std::string err() const { return readFile(dir_ / "err"); }
-  pid_t pid() const { return pid_; }
   // Polls `done` every 50 ms until it holds (true) or the time-out passes (false).
   static bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
   void signal(int number) const;

@@ -42,7 +42,6 @@ class SandboxProcess {
   // http(s)://127.0.0.1:PORT, the root of the test routes.
   const std::string& baseUrl() const { return baseUrl_; }
   int port() const { return port_; }
-  pid_t pid() const { return process_.pid(); }
 
   void addLeads(const Json& leads) { call("POST", "/sandbox/leads", &leads); }
   Json leads() const { return call("GET", "/sandbox/leads", nullptr); }

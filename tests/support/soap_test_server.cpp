@@ -67,13 +67,6 @@ void SoapTestServer::answer(Handler handler) {
   handler_ = std::move(handler);
 }
 
-void SoapTestServer::answer(int status, const std::string& body, const std::string& contentType) {
-  answer([=](const httplib::Request&, httplib::Response& response) {
-    response.status = status;
-    response.set_content(body, contentType);
-  });
-}
-
 ReceivedRequest SoapTestServer::lastRequest() const {
   std::lock_guard<std::mutex> lock(mutex_);
   return last_;

@@ -33,8 +33,6 @@ class SoapTestServer {
   // http://127.0.0.1:PORT, without the SOAP path of url().
   std::string base() const;
   void answer(Handler handler);
-  void answer(int status, const std::string& body,
-              const std::string& contentType = "text/xml; charset=utf-8");
   ReceivedRequest lastRequest() const;
 
  private:
