@@ -83,7 +83,7 @@ TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
   }
 }
 
-TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
+TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTheCallersTransaction) {
   TConexaoSimplificada conexao(*connection_);
   // clang-format off
   const std::vector<std::tuple<std::string, std::string, std::string>> casos = {
@@ -102,11 +102,9 @@ TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
   EXPECT_TRUE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 15"));
   EXPECT_FALSE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 404"));
   EXPECT_TRUE(conexao.executaDML("CREATE TABLE SEM_LINHAS (A INTEGER)"));
-}
-
-TEST_F(OnFirebird, EditAndAppendJoinTheCallersTransaction) {
+  // Edit and append join the caller's transaction.
   auto observer = db_->connect();
-  TConexaoSimplificada conexao(*connection_), outra(*observer);
+  TConexaoSimplificada outra(*observer);
   const std::string journal = "SELECT * FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = 777";
   conexao.iniciaTransacao();
   auto dataset = conexao.RetornaDataset(journal, kJournal);
