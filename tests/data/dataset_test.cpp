@@ -30,7 +30,7 @@ SqlRowSet journalRows() {
             SqlValue::integer(297), SqlValue::text("em envio"), SqlValue()}}};
 }
 
-TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalKey) {
+TEST(TClientDataSet, PostIsOneUpdateOfTheChangedColumnsByTheOriginalKeyElseKeepsTheEdit) {
   RecordingConnection oracle("ORACLE");
   oracle.setPrimaryKey(kJournal, {"ID_LEAD_VW", "SEQUENCIA", "DTA_ATUALIZACAO"});
   oracle.setAffectedRows(1);
@@ -53,9 +53,7 @@ TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalK
                         "TO_DATE('05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS') WHERE ID_LEAD_VW = "
                         "555 AND SEQUENCIA = 2 AND DTA_ATUALIZACAO IS NULL"}),
             oracle.statements());
-}
-
-TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
+  // Updates need a key and a row; a refused post keeps the edit.
   TClientDataSet readOnly(journalRows());
   EXPECT_THROW(readOnly.Edit(), VornError);
   EXPECT_EQ("Dataset not in edit or insert mode",
