@@ -68,9 +68,8 @@ TEST_F(NumeracaoFirebird, CounterRowsBlocksBatchesAndServiceOrders) {
   EXPECT_EQ(20, draw(1, 1, "OFI_SERVICO_OS", "900", 1, false));
   EXPECT_EQ(0, draw(1, 1, "OFI_PECA_OS", "901", 1));
   ReservaNumeros pecas(*connection_);
-  EXPECT_EQ(6, pecas.proximo(1, 1, "OFI_PECA_OS", "900"));
-  EXPECT_EQ(7, pecas.proximo(1, 1, "OFI_PECA_OS", "900"));
-  EXPECT_EQ(8, count("select PROXIMA_PECA from OFI_ORDEM_SERVICO where NRO_OS = 900"));
+  for (int peca : {6, 7, 8}) EXPECT_EQ(peca, pecas.proximo(1, 1, "OFI_PECA_OS", "900"));
+  EXPECT_EQ(9, count("select PROXIMA_PECA from OFI_ORDEM_SERVICO where NRO_OS = 900"));
   EXPECT_EQ(21, count("select PROXIMO_SERVICO from OFI_ORDEM_SERVICO where NRO_OS = 900"));
 }
 
