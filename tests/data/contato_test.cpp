@@ -1,8 +1,10 @@
 // The writers of a lead's records: contacts, prospects and a service order's paying sources.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -21,24 +23,14 @@ using test::RecordingConnection;
 using test::singleValue;
 using test::Statements;
 
-const std::string kColunas =
-    "EMPRESA, REVENDA, CONTATO, DTA_CONTATO, SITUACAO, DES_CONTATO, ATIVO_PASSIVO, DEPARTAMENTO, "
-    "TIPO_CONTATO, SUB_TIPO_CONTATO, USUARIO_ABRIU, USUARIO_ENCAMINHADO_ORIGINAL, "
-    "USUARIO_ENCAMINHADO, CLIENTE, FORMA_CONTATO, ORIGEM_TRAFEGO, ";
-const std::string kCompletas =
-    kColunas +
-    "TIPO_TRAFEGO, ORIGEM, CONTATO_ORIGEM, MES_AGENDAMENTO, ANO_AGENDAMENTO, DDD_1, TELEFONE_1, "
-    "MELHOR_TELEFONE, DDD_2, TELEFONE_2, CAMPANHA, CODIGO_LEAD_NA_RENAULT, CODIGO_LEAD_NA_ORIGEM, "
-    "STATUS_LEADS, NUMERO_DN, EH_CLIENTE_RENAULT, DTA_LEADS_ORIGEM, SITUACAO_CONTEMPLACAO, "
-    "HORARIO_ATENDIMENTO, TIPO_ATENDIMENTO, PRE_VENDA";
 SqlRowSet telefones(int64_t celular) {
   return {{"DDD_TELEFONE", "TELEFONE", "DDD_CELULAR", "CELULAR"},
           {{SqlValue::integer(11), SqlValue::integer(33334444), SqlValue::integer(21),
             SqlValue::integer(celular)}}};
 }
 
-// The INSERT each form sends on Oracle inside the lead's transaction (the numbering's own
-// statements are the numbering tests' business).
+// The values each form sends on Oracle inside the lead's transaction (the columns they land in
+// are read back from a real database below; the numbering's statements are its tests').
 TEST(NovoContato, InsertsOnOracle) {
   RecordingConnection completa("ORACLE"), curta("ORACLE");
   for (RecordingConnection* oracle : {&completa, &curta}) {
@@ -50,21 +42,23 @@ TEST(NovoContato, InsertsOnOracle) {
   completa.respond("select NOME", telefones(0));
   EXPECT_EQ(80, Geral::NovoContato(completa, "A", "Lead Web", "P", "V", 3, 4, 5, 6, 7, 500, 8, 9, 1,
                                    2, test::leadDate()));
-  EXPECT_EQ("insert into CAC_CONTATO  (" + kCompletas +
-                ") values (1,2,80,TO_DATE('05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS'),'A',"
-                "'Lead Web','P',3,4,5,6,7,7,500,8,9,NULL,'V',NULL,NULL,NULL,11,33334444,1,21,NULL,"
-                "NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)",
-            completa.statements().back());
+  const auto valores = [](const std::string& insert) {
+    return insert.substr(std::min(insert.find("values ("), insert.find("VALUES (")));
+  };
+  EXPECT_EQ(
+      "values (1,2,80,TO_DATE('05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS'),'A',"
+      "'Lead Web','P',3,4,5,6,7,7,500,8,9,NULL,'V',NULL,NULL,NULL,11,33334444,1,21,NULL,"
+      "NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)",
+      valores(completa.statements().back()));
   // The short form writes the server's clock and wider telephones (eleven digits are not).
   curta.respond("select DDD_TELEFONE", telefones(11999998888));
   curta.respond("select TO_CHAR", singleValue("X", SqlValue::text("06/03/2024 09:10:11")));
   EXPECT_EQ(80, Dados::NovoContato(curta, test::leadDate(), "A", "Lead", "P", "V", 1, 2, 3, 4, 5, 6,
                                    7, 500, 8, 9, 2));
-  EXPECT_EQ("INSERT INTO CAC_CONTATO (" + kColunas +
-                "ORIGEM, DDD_1, TELEFONE_1, MELHOR_TELEFONE, DDD_2, TELEFONE_2, TIPO_TRAFEGO)  "
-                "VALUES (1, 2, 80, TO_DATE('06/03/2024 09:10:11','dd/mm/yyyy HH24:MI:SS'), 'A', "
-                "'Lead', 'P', 3, 4, 5, 6, 7, 7, 500, 8, 9, 'V', 11, 33334444, 1, 21, null, 2)",
-            curta.statements().back());
+  EXPECT_EQ(
+      "VALUES (1, 2, 80, TO_DATE('06/03/2024 09:10:11','dd/mm/yyyy HH24:MI:SS'), 'A', "
+      "'Lead', 'P', 3, 4, 5, 6, 7, 7, 500, 8, 9, 'V', 11, 33334444, 1, 21, null, 2)",
+      valores(curta.statements().back()));
   for (RecordingConnection* oracle : {&completa, &curta}) {
     EXPECT_TRUE(oracle->inTransaction());
     EXPECT_EQ(0u, oracle->pendingAnswers());
@@ -155,25 +149,30 @@ TEST_F(LeadWriters, ContactFailuresReachTheCallerAndNoNumberWritesNothing) {
   EXPECT_EQ(0, count("select count(*) from CAC_CONTATO"));
 }
 
-// Categories: 1 ordinary (source 4), 2 fleet without a source, 3 insurer (source 7), 4 fleet
-// with source 8. Service types of 1.1: 10 (source 2), 11 (none). Customer 900 is an insurer.
 TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
-  const std::string categoria =
-      "insert into FAT_CATEGORIA_CLIENTE (CATEGORIA, INDICA_SEGURADORA, "
-      "FROTISTA, FONTE_PAGADORA_AUTOSERVICE) values (";
-  const std::string tipo =
-      "insert into OFI_TIPO_SERVICO (EMPRESA, REVENDA, TIPO_SERVICO, "
-      "FONTE_PAGADORA_AUTOSERVICE) values (1, 1, ";
-  const std::string vwb =
-      "insert into VWB_PARAMETRO (EMPRESA, REVENDA, API_AUTOSERVICE_ATIVA) "
-      "values (1, ";
-  // clang-format off
-  for (const std::string& sql : {categoria + "1, 'N', 'N', 4)", categoria + "2, 'N', 'S', 0)",
-           categoria + "3, 'S', 'N', 7)", categoria + "4, NULL, 'S', 8)", tipo + "10, 2)",
-           tipo + "11, NULL)", vwb + "1, 'S')", vwb + "2, 'N')", vwb + "4, NULL)",
-           std::string("insert into FAT_CLIENTE (CLIENTE, CATEGORIA) values (900, 3)")})
-    connection_->execute(sql);
-  // clang-format on
+  const auto insere = [&](const std::string& tabela, const std::string& valores) {
+    const std::map<std::string, std::string> colunas = {
+        {"FAT_CATEGORIA_CLIENTE",
+         "CATEGORIA, INDICA_SEGURADORA, FROTISTA, FONTE_PAGADORA_AUTOSERVICE"},
+        {"OFI_TIPO_SERVICO", "EMPRESA, REVENDA, TIPO_SERVICO, FONTE_PAGADORA_AUTOSERVICE"},
+        {"VWB_PARAMETRO", "EMPRESA, REVENDA, API_AUTOSERVICE_ATIVA"},
+        {"FAT_CLIENTE", "CLIENTE, CATEGORIA"},
+        {"CAC_CONTATO", "EMPRESA, REVENDA, CONTATO, CLIENTE"},
+        {"OFI_ORDEM_SERVICO", "EMPRESA, REVENDA, NRO_OS, CONTATO"},
+        {"OFI_ATENDIMENTO", "EMPRESA, REVENDA, CONTATO, SEGURADORA"},
+        {"OFI_SOLICITACAO",
+         "EMPRESA, REVENDA, CONTATO, SOLICITACAO, TIPO_SERVICO, TIPO_SERVICO_OS"}};
+    connection_->execute("insert into " + tabela + " (" + colunas.at(tabela) + ") values (" +
+                         valores + ")");
+  };
+  // Categories: 1 ordinary (source 4), 2 fleet without a source, 3 insurer (source 7), 4 fleet
+  // with source 8. Service types of 1.1: 10 (source 2), 11 (none). Customer 900 is an insurer.
+  for (const char* categoria :
+       {"1, 'N', 'N', 4", "2, 'N', 'S', 0", "3, 'S', 'N', 7", "4, NULL, 'S', 8"})
+    insere("FAT_CATEGORIA_CLIENTE", categoria);
+  for (const char* tipo : {"1, 1, 10, 2", "1, 1, 11, NULL"}) insere("OFI_TIPO_SERVICO", tipo);
+  for (const char* vwb : {"1, 1, 'S'", "1, 2, 'N'", "1, 4, NULL"}) insere("VWB_PARAMETRO", vwb);
+  insere("FAT_CLIENTE", "900, 3");
   for (const auto& [revenda, ativo] : {std::pair{1, true}, {2, false}, {3, false}, {4, false}})
     EXPECT_EQ(ativo, Retorna_AutoService_Ativo(*connection_, 1, revenda)) << revenda;
   // clang-format off
@@ -188,22 +187,13 @@ TEST_F(LeadWriters, AutoServiceSwitchAndTheSourceOfEachRequest) {
   // clang-format on
   int32_t contato = 100;
   for (const auto& [cat, seguradora, solicitacoes, ultimas, fontes] : casos) {
-    const std::string n = std::to_string(++contato), e = "values (1, 1, " + n + ", ";
-    connection_->execute("insert into FAT_CLIENTE (CLIENTE, CATEGORIA) values (" + n + ", " +
-                         std::to_string(cat) + ")");
-    connection_->execute("insert into CAC_CONTATO (EMPRESA, REVENDA, CONTATO, CLIENTE) " + e + n +
-                         ")");
-    connection_->execute("insert into OFI_ORDEM_SERVICO (EMPRESA, REVENDA, NRO_OS, CONTATO) " + e +
-                         n + ")");
-    connection_->execute("insert into OFI_ATENDIMENTO (EMPRESA, REVENDA, CONTATO, SEGURADORA) " +
-                         e + seguradora + ")");
+    const std::string n = std::to_string(++contato), chave = "1, 1, " + n + ", ";
+    insere("FAT_CLIENTE", n + ", " + std::to_string(cat));
+    for (const char* tabela : {"CAC_CONTATO", "OFI_ORDEM_SERVICO"}) insere(tabela, chave + n);
+    insere("OFI_ATENDIMENTO", chave + seguradora);
     int32_t numero = 0;
-    for (const std::string& s : solicitacoes) {
-      connection_->execute(
-          "insert into OFI_SOLICITACAO (EMPRESA, REVENDA, CONTATO, SOLICITACAO, "
-          "TIPO_SERVICO, TIPO_SERVICO_OS) " +
-          e + std::to_string(++numero) + ", " + s + ")");
-    }
+    for (const std::string& s : solicitacoes)
+      insere("OFI_SOLICITACAO", chave + std::to_string(++numero) + ", " + s);
     const std::string ultima = GravaFontePagadoraVW(*connection_, 1, 1, contato);
     EXPECT_NE(std::string::npos, std::string(ultimas).find("|" + ultima + "|")) << n;
     EXPECT_EQ(fontes,

@@ -30,7 +30,7 @@ SqlRowSet journalRows() {
             SqlValue::integer(297), SqlValue::text("em envio"), SqlValue()}}};
 }
 
-TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalKey) {
+TEST(TClientDataSet, PostIsOneUpdateOfTheChangedColumnsByTheOriginalKeyElseKeepsTheEdit) {
   RecordingConnection oracle("ORACLE");
   oracle.setPrimaryKey(kJournal, {"ID_LEAD_VW", "SEQUENCIA", "DTA_ATUALIZACAO"});
   oracle.setAffectedRows(1);
@@ -53,9 +53,7 @@ TEST(TClientDataSet, PostedEditIsOneUpdateOfTheChangedColumnsKeyedByTheOriginalK
                         "TO_DATE('05/03/2024 14:07:09','dd/mm/yyyy HH24:MI:SS') WHERE ID_LEAD_VW = "
                         "555 AND SEQUENCIA = 2 AND DTA_ATUALIZACAO IS NULL"}),
             oracle.statements());
-}
-
-TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
+  // Updates need a key and a row; a refused post keeps the edit.
   TClientDataSet readOnly(journalRows());
   EXPECT_THROW(readOnly.Edit(), VornError);
   EXPECT_EQ("Dataset not in edit or insert mode",
@@ -83,7 +81,7 @@ TEST(TClientDataSet, UpdatesNeedAKeyAndARowAndARefusedPostKeepsTheEdit) {
   }
 }
 
-TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
+TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTheCallersTransaction) {
   TConexaoSimplificada conexao(*connection_);
   // clang-format off
   const std::vector<std::tuple<std::string, std::string, std::string>> casos = {
@@ -102,11 +100,9 @@ TEST_F(OnFirebird, ConexaoSimplificadaMissingRowsNullsAndTransactions) {
   EXPECT_TRUE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 15"));
   EXPECT_FALSE(conexao.executaDML("UPDATE GER_USUARIO SET NOME = NOME WHERE USUARIO = 404"));
   EXPECT_TRUE(conexao.executaDML("CREATE TABLE SEM_LINHAS (A INTEGER)"));
-}
-
-TEST_F(OnFirebird, EditAndAppendJoinTheCallersTransaction) {
+  // Edit and append join the caller's transaction.
   auto observer = db_->connect();
-  TConexaoSimplificada conexao(*connection_), outra(*observer);
+  TConexaoSimplificada outra(*observer);
   const std::string journal = "SELECT * FROM CAC_ATUALIZACOES_LEADVW WHERE ID_LEAD_VW = 777";
   conexao.iniciaTransacao();
   auto dataset = conexao.RetornaDataset(journal, kJournal);

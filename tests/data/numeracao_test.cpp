@@ -141,7 +141,6 @@ TEST(Numeracao, FailuresAndSqlServerVersions) {
   EXPECT_EQ(8u, mssql.statements().size());
 }
 
-// A reservation numbers in blocks on the counter table; on sequences it draws one by one.
 TEST(ReservaNumeros, BlocksOnCounterRowsOneByOneOnSequences) {
   struct Caso {
     const char *nome, *driver, *versao;  // versao: the SQL Server version answered, or null

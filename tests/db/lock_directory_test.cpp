@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -170,40 +169,23 @@ TEST(LockDirectory, AnotherUsersFileIsOpenedAsThatUser) {
   EXPECT_EQ(02770u, status.st_mode & 07777);
 }
 
-// The private configuration root is never one another user (or a link) put there first.
 TEST(PrivateFirebirdRoot, IsNeverADirectoryOthersCouldHaveMade) {
   const std::string usual = "vornleads-firebird-" + std::to_string(geteuid());
   struct Case {
-    std::string what;
-    std::function<void(const fs::path&)> plant;
-    bool kept;  // the usual name is used
+    std::string what, plant;  // a shell command that makes "$D" in the parent directory
+    bool kept;                // the usual name is used
   };
   const std::vector<Case> cases = {
-      {"nothing there", [](const fs::path&) {}, true},
-      {"ours, readable by others", [](const fs::path& p) { mkdir(p.c_str(), 0755); }, true},
-      {"ours, writable by the group",
-       [](const fs::path& p) {
-         mkdir(p.c_str(), 0770);
-         chmod(p.c_str(), 0770);
-       },
-       false},
-      {"nobody's",
-       [](const fs::path& p) {
-         mkdir(p.c_str(), 0700);
-         EXPECT_EQ(0, chown(p.c_str(), 65534, 65534));
-       },
-       false},
-      {"a link to ours",
-       [](const fs::path& p) {
-         fs::create_directory(p.string() + "-target");
-         fs::create_directory_symlink(p.string() + "-target", p);
-       },
-       false},
-      {"a file", [](const fs::path& p) { std::ofstream(p).put('x'); }, false}};
+      {"nothing there", "true", true},
+      {"ours, readable by others", "mkdir -m 0755 \"$D\"", true},
+      {"ours, writable by the group", "mkdir -m 0770 \"$D\"", false},
+      {"nobody's", "mkdir -m 0700 \"$D\" && chown 65534:65534 \"$D\"", false},
+      {"a link to ours", "mkdir \"$D-target\" && ln -s \"$PWD/$D-target\" \"$D\"", false},
+      {"a file", "echo x > \"$D\"", false}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     TempDir parent;
-    c.plant(parent / usual);
+    test::commandOutput("cd '" + parent.path().string() + "' && D=" + usual + " && " + c.plant);
     const std::string root = privateFirebirdRoot(parent.path().string());
     EXPECT_EQ(c.kept, root == (parent / usual).string()) << root;
     EXPECT_EQ(0u, root.rfind((parent / usual).string(), 0)) << root;

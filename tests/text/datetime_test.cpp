@@ -48,7 +48,6 @@ TEST(CalendarTest, EncodeDateTimeCountsDaysFrom30December1899) {
   }
 }
 
-// Rounded to the nearest millisecond, and cut (where that differs).
 TEST(CalendarTest, DecodingRoundsOrCutsToTheMillisecond) {
   const auto decoded = [](auto decode, TDateTime value) {
     try {

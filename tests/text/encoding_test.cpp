@@ -34,7 +34,6 @@ Conversion at(CodePage page, std::string (*convert)(const std::string&)) {
   };
 }
 
-// One table of each conversion's input and output; the boundary code page is put back after.
 TEST(CodePageTest, EachConversion) {
   const CodePage saved = boundaryCodePage();
   const Conversion toAnsi8 = at(CodePage::Utf8, toAnsi), fromAnsi8 = at(CodePage::Utf8, fromAnsi);
