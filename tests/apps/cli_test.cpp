@@ -4,6 +4,7 @@
 
 #include <signal.h>
 
+#include <iostream>
 #include <thread>
 
 #include "support/test_authority.h"
@@ -86,6 +87,73 @@ TEST_F(CliTest, StopSignalsEndAnIntakeAtALeadsEdge) {
                  "L.CONTATO = C.CONTATO)"),
             0);
   EXPECT_EQ(confirmed(), 60);
+}
+
+// A dealership as it is found: two integrated companies, customers numbered long before the
+// module (with a gap in their codes), and three intakes at once, each with leads of its own
+// for both companies, some of them already customers. No lead may fail over a counter, and
+// every new customer gets a code of its own above the ones the DMS had.
+TEST_F(CliTest, ThreeProcessesOnTwoCompaniesAndAnAdoptedCustomerBase) {
+  database_.isql(R"(
+    INSERT INTO GER_REVENDA (EMPRESA, REVENDA, RAZAO_SOCIAL) VALUES (2, 1, 'SEGUNDA');
+    INSERT INTO VWB_PARAMETRO (EMPRESA, REVENDA, NUMERO_DN, API_AUTOSERVICE_ATIVA)
+      VALUES (2, 1, '05678', 'N');
+    INSERT INTO CAC_PARAMETRO (EMPRESA, REVENDA, UTILIZA_INTEGRACAO_LEADVW,
+      USUARIOS_NOTIF_CONTATO_VEI, ORIGEM_TRAFEGO_LEADVW) VALUES (2, 1, 'S', '12', 7);
+    INSERT INTO VEI_PARAMETRO (EMPRESA, REVENDA, TIPO_CONTATO, SUB_TIPO_CONTATO, DEPARTAMENTO)
+      VALUES (2, 1, 1, 2, 3);
+    INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF)
+      VALUES (2, 1, 1, 0, 'ADMINISTRADOR', '11122233396');
+    INSERT INTO FAT_VENDEDOR (EMPRESA, REVENDA, VENDEDOR, USUARIO, NOME, CPF)
+      VALUES (2, 1, 12, 12, 'CARLOS SOUZA', '22233344405');
+    INSERT INTO CAC_FORMA_CONTATO (EMPRESA, FORMA_CONTATO, DES_FORMA_CONTATO, TIPO_FORMA_CONTATO)
+      VALUES (2, 4, 'E-MAIL', 1);
+    INSERT INTO VEI_MODELO (EMPRESA, MODELO, DES_MODELO) VALUES (2, '1001', 'GOL');
+    COMMIT;)");
+  // Customers 1..20 and 9001..9005, numbered by the DMS without any counter row.
+  for (int cliente = 1; cliente <= 9005; cliente = cliente == 20 ? 9001 : cliente + 1) {
+    const std::string c = std::to_string(cliente);
+    db_->execute("INSERT INTO FAT_CLIENTE (CLIENTE, NOME) VALUES (" + c + ", 'ANTIGO')");
+    db_->execute("INSERT INTO FAT_PESSOA_FISICA (CLIENTE, CPF) VALUES (" + c + ", '" +
+                 std::to_string(70000000000LL + cliente) + "')");
+  }
+  constexpr int kProcessos = 3, kLeads = 16;
+  std::vector<std::unique_ptr<SandboxProcess>> sandboxes;
+  std::vector<std::string> intakes;
+  int antigos = 0;
+  for (int p = 0; p < kProcessos; ++p) {
+    Json leads = Json::array();
+    for (int i = 0; i < kLeads; ++i) {
+      Json changes = {{"DealerNumber", i % 2 ? "5678" : "1234"}};
+      if (i % 4 == 0) {  // an old customer of its own, found by CPF
+        changes["CpfCnpj"] = std::to_string(70000000000LL + 1 + 4 * p + i / 4);
+        ++antigos;
+      }
+      leads.push_back(leadItem(1000 + 100 * p + i, changes));
+    }
+    sandboxes.push_back(std::make_unique<SandboxProcess>());
+    sandboxes.back()->addLeads(leads);
+    intakes.push_back(options(sandboxes.back()->url()) + "intake --retry-delay 200");
+  }
+  for (const CliRun& run : atOnce(intakes)) {
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find(" 16 contacts created, 0 linked, 0 revised, 0 closed, 0 failed, "
+                           "16 confirmed, 1 cycle"),
+              std::string::npos)
+        << run.out << run.err;
+  }
+  const int leads = kProcessos * kLeads, novos = leads - antigos;
+  EXPECT_EQ(count("SELECT COUNT(DISTINCT ID_LEAD_VW) FROM CAC_LEAD_CONTATO"), leads);
+  EXPECT_EQ(rows("CAC_CONTATO"), leads);
+  EXPECT_EQ(rows("CAC_CONTATO WHERE EMPRESA = 2"), leads / 2);
+  EXPECT_EQ(rows("FAT_CLIENTE WHERE CLIENTE > 9005"), novos);
+  EXPECT_EQ(rows("FAT_CLIENTE"), 25 + novos);
+  EXPECT_EQ(count("SELECT COUNT(DISTINCT CLIENTE) FROM CAC_CONTATO WHERE CLIENTE > 9005"), novos);
+  EXPECT_EQ(rows("CAC_CONTATO WHERE CLIENTE <= 9005"), antigos);
+  std::cout << "three intakes at once: " << leads << " leads, " << novos
+            << " new customers numbered from "
+            << count("SELECT MIN(CLIENTE) FROM FAT_CLIENTE WHERE CLIENTE > 9005") << ", " << antigos
+            << " matched to old customers\n";
 }
 
 // A dropped connection leaves rows unsent, never rejected; each row not sent is named on
