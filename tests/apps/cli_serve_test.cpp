@@ -121,6 +121,16 @@ TEST_F(CliServeTest, ReportLinesForTheJournalCarryTheirPriorityAndOldLogsGo) {
   EXPECT_EQ(occurrences(journal, "\n<6>logs: deleted 2 log files older than 10 days\n"), 1u);
   for (const auto& name : expired) EXPECT_FALSE(std::filesystem::exists(home_ / name)) << name;
   for (const auto& name : kept) EXPECT_TRUE(std::filesystem::exists(home_ / name)) << name;
+
+  // With the database there: a cycle that ends with a failed lead is a warning, a pass that
+  // delivers everything a notice.
+  addWork();
+  EXPECT_EQ(vornleads("serve --intake-every 0.5 --resend-every 600 --retry-delay 0").status, 0);
+  const std::string working = readFile(file);
+  EXPECT_NE(working.find("\n<4>intake: 1 dealers, 4 leads read, "), std::string::npos) << working;
+  EXPECT_NE(working.find("\n<6>resend: 1 rows read, 1 sent, 0 rejected, 0 still unsent in "),
+            std::string::npos)
+      << working;
 }
 
 // The configuration file's settings reach the service (the file's interval, the default
